@@ -1,0 +1,91 @@
+#include "util/file_copy.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/util/temp_folders.h"
+#include "util/file_info.h"
+#include "util/file_ops.h"
+#include "util/open_files.h"
+#include "util/resource_fork.h"
+
+namespace cx {
+namespace {
+
+using Copy = test::TempFolders;
+
+TEST_F(Copy, EmptySourceSucceedsAndClosesBoth) {
+  write_text(in_work("empty"), "");
+  ASSERT_TRUE(create_file("out", &work_, 0, 0));
+  const int16_t in = open_file("empty", &work_, kReadPermission);
+  const int16_t out = open_file("out", &work_, kWritePermission);
+  ASSERT_GT(in, 0);
+  ASSERT_GT(out, 0);
+  EXPECT_TRUE(copy_and_close(in, out));
+  EXPECT_FALSE(close_file(in));
+  EXPECT_FALSE(close_file(out));
+}
+
+TEST_F(Copy, ChunksAndFailedWrites) {
+  std::string big;
+  for (int i = 0; i < 3 * kCopyChunkSize + 17; ++i) big.push_back(static_cast<char>(i * 7));
+  write_text(in_work("big"), big);
+  ASSERT_TRUE(create_file("out", &work_, 0, 0));
+  int16_t in = open_file("big", &work_, kReadPermission);
+  int16_t out = open_file("out", &work_, kWritePermission);
+  ASSERT_TRUE(seek_file(in, 5, kFromStart));  // copies from the current position
+  EXPECT_TRUE(copy_and_close(in, out));
+  EXPECT_EQ(read_text(in_work("out")), big.substr(5));
+
+  in = open_file("big", &work_, kReadPermission);
+  out = open_file("out", &work_, kReadPermission);  // writes will fail
+  EXPECT_FALSE(copy_and_close(in, out));
+  EXPECT_FALSE(close_file(in)) << "closed although it failed";
+  EXPECT_FALSE(close_file(out));
+  EXPECT_FALSE(copy_and_close(-1, -1));
+}
+
+TEST_F(Copy, CopyCarriesInfoForkAndLock) {
+  ASSERT_TRUE(create_file("src", &work_, 0x54455854, 0x43587678));
+  write_text(in_work("src"), "data fork");
+  ASSERT_TRUE(set_finder_attributes("src", &work_, 0x4100));
+  ASSERT_TRUE(add_rsrc_string_to_new_file("src", &work_, 128, "fork"));
+  ASSERT_TRUE(make_file_readonly("src", &work_));
+  write_text(in_work("dst"), "old destination, longer than the source");
+
+  sfilepath sub{};
+  ASSERT_TRUE(create_subfolder("Backup", &work_, &sub));
+  ASSERT_TRUE(copy_file("src", &work_, "dst", &work_));
+  ASSERT_TRUE(copy_file("src", &work_, "~src", &sub));
+  for (const char* copy : {"dst", "Backup/~src"}) {
+    EXPECT_EQ(read_text(in_work(copy)), "data fork") << copy;
+  }
+  EXPECT_EQ(read_text(in_work("._dst.rsrc")), read_text(in_work("._src.rsrc")));
+  EXPECT_EQ(read_text(in_work("Backup/._~src.rsrc")), read_text(in_work("._src.rsrc")));
+  sfileinfo info{};
+  ASSERT_TRUE(get_file_info("~src", &sub, &info));
+  EXPECT_EQ(info.fileType, 0x54455854u);
+  EXPECT_EQ(info.fileCreator, 0x43587678u);
+  EXPECT_EQ(info.finderFlags, 0x4000u) << "inited bit cleared";
+  EXPECT_TRUE(is_readonly("~src", &sub));
+
+  EXPECT_FALSE(copy_file("src", &work_, "dst", &work_)) << "locked destination stays";
+  EXPECT_EQ(read_text(in_work("dst")), "data fork");
+  ASSERT_TRUE(make_file_readwrite("src", &work_));
+  EXPECT_FALSE(copy_file("src", &work_, "src", &work_)) << "not onto itself";
+  EXPECT_EQ(read_text(in_work("src")), "data fork");
+  EXPECT_FALSE(copy_file("missing", &work_, "new", &work_));
+  EXPECT_FALSE(file_exists("new", &work_));
+}
+
+TEST_F(Copy, UnlockedSourceWithoutForkGivesPlainCopy) {
+  write_text(in_work("plain"), std::string(70000, 'p'));
+  ASSERT_TRUE(copy_file("plain", &work_, "copy", &work_));
+  EXPECT_EQ(read_text(in_work("copy")), std::string(70000, 'p'));
+  EXPECT_FALSE(is_readonly("copy", &work_));
+  EXPECT_EQ(open_rsrc_fork("copy", &work_, kReadPermission), -1);
+}
+
+}  // namespace
+}  // namespace cx

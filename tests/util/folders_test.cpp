@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "platform/folders.h"
+#include "tests/util/temp_folders.h"
+#include "util/file_ops.h"
+#include "util/file_path.h"
+#include "util/file_spec.h"
+#include "util/folder_ids.h"
+
+namespace cx {
+namespace {
+
+using platform::Folder;
+using platform::folder_path;
+
+class Folders : public test::TempFolders {
+ protected:
+  static std::string make(Folder f) {
+    std::filesystem::create_directories(folder_path(f));
+    return folder_path(f);
+  }
+  static std::string dir_of(const sfilepath& p) {
+    std::string d;
+    EXPECT_TRUE(filepath_dir(&p, d));
+    return d;
+  }
+};
+
+TEST_F(Folders, SystemFoldersMustExistAndAreFlagged) {
+  sfilepath p{};
+  EXPECT_FALSE(get_sys_base_folder(&p)) << "folders are not created by a lookup";
+  EXPECT_FALSE(get_prefs_filepath(&p));
+  const std::string system = make(Folder::System);
+  ASSERT_TRUE(get_prefs_filepath(&p)) << "falls back to the System Folder";
+  EXPECT_EQ(dir_of(p), system);
+  EXPECT_EQ(p.sysFolder, 1);
+  EXPECT_EQ(p.vRefNum, kRootVolume);
+
+  const std::string prefs = make(Folder::UserPreferences);
+  ASSERT_TRUE(get_prefs_filepath(&p));
+  EXPECT_EQ(dir_of(p), prefs);
+  ASSERT_TRUE(get_driver_filepath(&p));
+  EXPECT_EQ(dir_of(p), system);
+  make(Folder::Extensions);
+  ASSERT_TRUE(get_driver_filepath(&p));
+  EXPECT_EQ(dir_of(p), folder_path(Folder::Extensions));
+  ASSERT_TRUE(get_sys_temporary_folder(&p));
+  EXPECT_EQ(dir_of(p), (root_ / "tmp").string());
+  EXPECT_FALSE(get_application_filepath(&p));
+  EXPECT_FALSE(get_sys_base_folder(nullptr));
+}
+
+TEST_F(Folders, SamePathSameDirectoryID) {
+  make(Folder::System);
+  sfilepath a{};
+  sfilepath b{};
+  ASSERT_TRUE(get_sys_base_folder(&a));
+  ASSERT_TRUE(set_filepath(&b, folder_path(Folder::System) + "//./", 0));
+  EXPECT_EQ(a.dirID, b.dirID);
+  sfilepath tmp{};
+  ASSERT_TRUE(get_sys_temporary_folder(&tmp));
+  EXPECT_NE(a.dirID, tmp.dirID);
+  const sfilepath bogus{kRootVolume, 0x7FFFFFF0, 0};
+  std::string d;
+  EXPECT_FALSE(filepath_dir(&bogus, d));
+  const sfilepath other_volume{static_cast<int16_t>(kRootVolume + 1), a.dirID, 0};
+  EXPECT_FALSE(filepath_dir(&other_volume, d));
+}
+
+TEST_F(Folders, DefaultLocationIsWorkingDirectory) {
+  const auto saved = std::filesystem::current_path();
+  std::filesystem::current_path(root_ / "work");
+  sfilepath p{};
+  const bool ok = get_default_filepath(&p);
+  std::filesystem::current_path(saved);
+  ASSERT_TRUE(ok);
+  EXPECT_EQ(p.dirID, work_.dirID);
+  EXPECT_EQ(p.sysFolder, 0);
+}
+
+TEST_F(Folders, SearchOrderOfSystemFolders) {
+  for (Folder f :
+       {Folder::System, Folder::Extensions, Folder::ControlPanels, Folder::UserPreferences}) {
+    make(f);
+  }
+  const auto put = [](Folder f) { write_text(folder_path(f) + "/CX File", "x"); };
+  sfilepath tmp{};
+  ASSERT_TRUE(get_sys_temporary_folder(&tmp));
+  EXPECT_EQ(search_file_in_system_folder("CX File", &tmp), nullptr);
+
+  const Folder order[] = {Folder::Temporary, Folder::UserPreferences, Folder::ControlPanels,
+                          Folder::Extensions, Folder::System};
+  for (Folder f : order) {
+    put(f);  // each new copy sits earlier in the search order
+    sfilepath* found = search_file_in_system_folder("CX File", &work_);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(dir_of(*found), folder_path(f));
+    EXPECT_EQ(found->sysFolder, 1);
+    release_filepath(found);
+  }
+  // A system-folder location that holds the file wins over the order.
+  sfilepath* here = search_file_in_system_folder("CX File", &tmp);
+  ASSERT_NE(here, nullptr);
+  EXPECT_EQ(here->dirID, tmp.dirID);
+  release_filepath(here);
+  // A plain location is not searched itself.
+  write_text(in_work("Only Here"), "x");
+  EXPECT_EQ(search_file_in_system_folder("Only Here", &work_), nullptr);
+  EXPECT_EQ(search_file_in_system_folder(nullptr, &work_), nullptr);
+}
+
+TEST_F(Folders, SubfoldersAndParents) {
+  sfilepath sub{};
+  EXPECT_FALSE(get_subfolder_filepath("Cache", &work_, &sub));
+  ASSERT_TRUE(create_subfolder("Cache", &work_, &sub));
+  EXPECT_FALSE(create_subfolder("Cache", &work_, &sub)) << "exists already";
+  EXPECT_TRUE(folder_exists("Cache", &work_));
+  EXPECT_FALSE(file_exists("Cache", &work_));
+  sfilepath again{};
+  ASSERT_TRUE(get_subfolder_filepath("Cache", &work_, &again));
+  EXPECT_EQ(again.dirID, sub.dirID);
+  sfilepath parent{};
+  ASSERT_TRUE(get_parent_filepath(&sub, &parent));
+  EXPECT_EQ(parent.dirID, work_.dirID);
+  ASSERT_TRUE(get_parent_filepath(&parent, &parent)) << "in place";
+  EXPECT_EQ(dir_of(parent), root_.string());
+
+  sfilepath root{};
+  ASSERT_TRUE(set_filepath(&root, "/", 0));
+  EXPECT_EQ(root.dirID, kRootDirID);
+  EXPECT_FALSE(get_parent_filepath(&root, &parent));
+  for (const char* bad : {"", ".", "..", "a/b"}) {
+    EXPECT_FALSE(create_subfolder(bad, &work_, &sub)) << bad;
+  }
+  EXPECT_FALSE(create_subfolder(std::string(256, 'n').c_str(), &work_, &sub));
+  write_text(in_work("plain"), "x");
+  EXPECT_FALSE(get_subfolder_filepath("plain", &work_, &sub));
+}
+
+TEST_F(Folders, FileSpecRoundTrip) {
+  FSSpec spec{};
+  ASSERT_TRUE(make_fsspec("Not Yet There", &work_, &spec));
+  EXPECT_EQ(spec.parID, work_.dirID);
+  EXPECT_EQ(spec.name[0], 13);
+  char name[kFSSpecNameSize];
+  ASSERT_TRUE(get_fss_name(&spec, name));
+  EXPECT_STREQ(name, "Not Yet There");
+  sfilepath back{};
+  ASSERT_TRUE(get_fss_filepath(&spec, &back));
+  EXPECT_EQ(back.dirID, work_.dirID);
+  EXPECT_EQ(back.vRefNum, work_.vRefNum);
+
+  EXPECT_TRUE(make_fsspec(std::string(63, 'n').c_str(), &work_, &spec));
+  EXPECT_FALSE(make_fsspec(std::string(64, 'n').c_str(), &work_, &spec));
+  spec.name[0] = 64;  // corrupt: longer than the field holds
+  EXPECT_FALSE(get_fss_name(&spec, name));
+  spec.parID = 0x7FFFFFF0;
+  EXPECT_FALSE(get_fss_filepath(&spec, &back));
+  EXPECT_FALSE(make_fsspec("x", nullptr, &spec));
+}
+
+}  // namespace
+}  // namespace cx
