@@ -64,22 +64,34 @@ class String final : public Value {
   std::string text_;
 };
 
+// A number holds a value of its own type, as if created from a C variable of
+// that type: an integer is wrapped to the type's width (C conversion), a real
+// given to an integer type is truncated toward zero and saturated, a real of a
+// 32-bit float type is rounded to float.
 class Number final : public Value {
  public:
   Number(NumberType t, int64_t v);
   Number(NumberType t, double v);
+  // An SInt64 that may exceed INT64_MAX: property-list files can hold
+  // unsigned 64-bit integers, and they must survive a round trip.
+  explicit Number(uint64_t v);
   NumberType number_type() const { return type_; }
   bool is_float() const { return is_float_type(type_); }
+  // True when the value is an unsigned integer above INT64_MAX; int_value()
+  // then gives its two's complement bits.
+  bool is_unsigned() const { return unsigned_; }
   // CFNumberGetValue: writes the value converted to `want` with C conversion
   // semantics into `out` (number_type_size(want) bytes) and returns false when
-  // the conversion lost information.
+  // the conversion lost information. Reals go to integers truncated toward
+  // zero and saturated at the type's limits (NaN gives 0).
   bool get_value(NumberType want, void* out) const;
-  // Exact stored value, whichever representation it has.
-  int64_t int_value() const { return is_float() ? static_cast<int64_t>(real_) : int_; }
-  double real_value() const { return is_float() ? real_ : static_cast<double>(int_); }
+  // The stored value; a real is truncated and saturated as by get_value.
+  int64_t int_value() const;
+  double real_value() const;
 
  private:
   NumberType type_;
+  bool unsigned_ = false;
   int64_t int_ = 0;
   double real_ = 0;
 };
@@ -135,6 +147,9 @@ class Dictionary final : public Value {
  public:
   using Entry = std::pair<std::string, ValueRef>;
   Dictionary() : Value(Type::Dictionary) {}
+  // Entries in order; a repeated key keeps its first position and its last
+  // value (as successive set() calls would), in linear time.
+  explicit Dictionary(std::vector<Entry> entries);
   size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }
   // Null when the key is absent.
@@ -152,13 +167,34 @@ class Dictionary final : public Value {
 
 template <class T>
 constexpr Type type_of();
-template <> constexpr Type type_of<Dictionary>() { return Type::Dictionary; }
-template <> constexpr Type type_of<Array>() { return Type::Array; }
-template <> constexpr Type type_of<String>() { return Type::String; }
-template <> constexpr Type type_of<Number>() { return Type::Number; }
-template <> constexpr Type type_of<Boolean>() { return Type::Boolean; }
-template <> constexpr Type type_of<Data>() { return Type::Data; }
-template <> constexpr Type type_of<Date>() { return Type::Date; }
+template <>
+constexpr Type type_of<Dictionary>() {
+  return Type::Dictionary;
+}
+template <>
+constexpr Type type_of<Array>() {
+  return Type::Array;
+}
+template <>
+constexpr Type type_of<String>() {
+  return Type::String;
+}
+template <>
+constexpr Type type_of<Number>() {
+  return Type::Number;
+}
+template <>
+constexpr Type type_of<Boolean>() {
+  return Type::Boolean;
+}
+template <>
+constexpr Type type_of<Data>() {
+  return Type::Data;
+}
+template <>
+constexpr Type type_of<Date>() {
+  return Type::Date;
+}
 
 // Typed views: null when the value is null or of another type.
 template <class T>
@@ -174,17 +210,25 @@ T* as(const ValueRef& v) {
 ValueRef make_string(std::string s);
 ValueRef make_number(NumberType t, int64_t v);
 ValueRef make_real(NumberType t, double v);
-ValueRef make_int32(int32_t v);  // SInt32
+ValueRef make_int32(int32_t v);    // SInt32
+ValueRef make_uint64(uint64_t v);  // SInt64, exact above INT64_MAX
 ValueRef make_bool(bool b);
 ValueRef make_data(std::vector<uint8_t> bytes);
 ValueRef make_date(double absolute_time);
 std::shared_ptr<Array> make_array();
 std::shared_ptr<Dictionary> make_dictionary();
+std::shared_ptr<Dictionary> make_dictionary(std::vector<Dictionary::Entry> entries);
+
+// Numbers compare by value across types: 3 (SInt8) equals 3.0 (Float64),
+// 3.5 equals no integer. A NaN equals a NaN, so equality stays reflexive.
+bool same_number(const Number& a, const Number& b);
 
 // CFEqual: deep structural equality; numbers compare by value across types,
 // dictionaries regardless of key order.
 bool equal(const Value* a, const Value* b);
-inline bool equal(const ValueRef& a, const ValueRef& b) { return equal(a.get(), b.get()); }
+inline bool equal(const ValueRef& a, const ValueRef& b) {
+  return equal(a.get(), b.get());
+}
 
 // A copy that shares nothing mutable with the original.
 ValueRef deep_copy(const Value* v);

@@ -1,0 +1,232 @@
+#include "plist/libplist_bridge.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "plist/limits.h"
+#include "plist/text.h"
+
+namespace cx::plist {
+
+namespace {
+
+struct CFree {
+  void operator()(void* p) const { std::free(p); }
+};
+
+std::string too_deep() {
+  return "nesting deeper than " + std::to_string(kMaxDepth) + " levels";
+}
+
+// libplist 2.2 does not say whether an integer above INT64_MAX is unsigned
+// (a 16-byte integer in the file, or a large XML literal) or a negative
+// 8-byte one; its own binary writer does, in the root object's marker.
+bool is_wide_integer(plist_t node) {
+  char* bytes = nullptr;
+  uint32_t length = 0;
+  plist_to_bin(node, &bytes, &length);
+  const std::unique_ptr<char, void (*)(char*)> owned(bytes, plist_to_bin_free);
+  constexpr uint32_t kRootMarkerAt = 8;
+  return bytes && length > kRootMarkerAt && static_cast<uint8_t>(bytes[kRootMarkerAt]) == 0x14;
+}
+
+ValueRef integer_from(plist_t node) {
+  uint64_t bits = 0;
+  plist_get_uint_val(node, &bits);
+  if (bits > uint64_t{INT64_MAX} && is_wide_integer(node)) return make_uint64(bits);
+  const auto v = static_cast<int64_t>(bits);
+  const bool fits32 = v >= INT32_MIN && v <= INT32_MAX;
+  return make_number(fits32 ? NumberType::SInt32 : NumberType::SInt64, v);
+}
+
+ValueRef convert(plist_t node, int depth, std::string& error);
+
+ValueRef array_from(plist_t node, int depth, std::string& error) {
+  auto array = make_array();
+  plist_array_iter iter = nullptr;
+  plist_array_new_iter(node, &iter);
+  const std::unique_ptr<void, CFree> owned(iter);
+  for (;;) {
+    plist_t item = nullptr;
+    plist_array_next_item(node, iter, &item);
+    if (!item) break;
+    ValueRef v = convert(item, depth + 1, error);
+    if (!v) return nullptr;
+    array->append(std::move(v));
+  }
+  return array;
+}
+
+ValueRef dictionary_from(plist_t node, int depth, std::string& error) {
+  std::vector<Dictionary::Entry> entries;
+  plist_dict_iter iter = nullptr;
+  plist_dict_new_iter(node, &iter);
+  const std::unique_ptr<void, CFree> owned(iter);
+  for (;;) {
+    char* key = nullptr;
+    plist_t item = nullptr;
+    plist_dict_next_item(node, iter, &key, &item);
+    const std::unique_ptr<char, CFree> owned_key(key);
+    if (!item) break;
+    ValueRef v = convert(item, depth + 1, error);
+    if (!v) return nullptr;
+    entries.emplace_back(key ? key : "", std::move(v));
+  }
+  return make_dictionary(std::move(entries));
+}
+
+ValueRef convert(plist_t node, int depth, std::string& error) {
+  switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+      uint8_t b = 0;
+      plist_get_bool_val(node, &b);
+      return make_bool(b != 0);
+    }
+    case PLIST_UINT:
+      return integer_from(node);
+    case PLIST_REAL: {
+      double d = 0;
+      plist_get_real_val(node, &d);
+      return make_real(NumberType::Float64, d);
+    }
+    case PLIST_STRING: {
+      uint64_t length = 0;
+      const char* text = plist_get_string_ptr(node, &length);
+      return make_string(text ? std::string(text, length) : std::string());
+    }
+    case PLIST_DATA: {
+      uint64_t length = 0;
+      const auto* bytes = reinterpret_cast<const uint8_t*>(plist_get_data_ptr(node, &length));
+      return make_data(bytes ? std::vector<uint8_t>(bytes, bytes + length)
+                             : std::vector<uint8_t>());
+    }
+    case PLIST_DATE: {
+      int32_t seconds = 0;
+      int32_t microseconds = 0;
+      plist_get_date_val(node, &seconds, &microseconds);
+      return make_date(seconds);
+    }
+    case PLIST_ARRAY:
+    case PLIST_DICT:
+      if (depth >= kMaxDepth) {
+        error = too_deep();
+        return nullptr;
+      }
+      return plist_get_node_type(node) == PLIST_ARRAY ? array_from(node, depth, error)
+                                                      : dictionary_from(node, depth, error);
+    default:
+      break;
+  }
+  error = "unsupported value type";
+  return nullptr;
+}
+
+// A 16-byte integer node: plist_new_uint makes an 8-byte one, which both
+// writers treat as signed. Parsing the literal is libplist's only public way.
+LibplistNode wide_integer(uint64_t v) {
+  const std::string xml = "<plist><integer>" + std::to_string(v) + "</integer></plist>";
+  plist_t node = nullptr;
+  plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
+  return LibplistNode(node);
+}
+
+class Builder {
+ public:
+  explicit Builder(std::string& error) : error_(error) {}
+
+  LibplistNode build(const Value& v, int depth) {
+    switch (v.type()) {
+      case Type::Dictionary:
+        return dictionary(*as<Dictionary>(&v), depth);
+      case Type::Array:
+        return array(*as<Array>(&v), depth);
+      case Type::String: {
+        const std::string& text = as<String>(&v)->text();
+        if (!text_ok(text, "string")) return nullptr;
+        return LibplistNode(plist_new_string(text.c_str()));
+      }
+      case Type::Number:
+        return number(*as<Number>(&v));
+      case Type::Boolean:
+        return LibplistNode(plist_new_bool(as<Boolean>(&v)->value() ? 1 : 0));
+      case Type::Data: {
+        const auto& bytes = as<Data>(&v)->bytes();
+        static const char kNone = 0;
+        const char* p = bytes.empty() ? &kNone : reinterpret_cast<const char*>(bytes.data());
+        return LibplistNode(plist_new_data(p, bytes.size()));
+      }
+      case Type::Date:
+        return date(as<Date>(&v)->absolute_time());
+    }
+    return fail("unsupported value type");
+  }
+
+ private:
+  LibplistNode fail(std::string what) {
+    error_ = std::move(what);
+    return nullptr;
+  }
+
+  bool text_ok(const std::string& text, const char* what) {
+    const std::string defect = text_defect(text, true);
+    if (defect.empty()) return true;
+    error_ = std::string(what) + " cannot be written: " + defect;
+    return false;
+  }
+
+  LibplistNode dictionary(const Dictionary& d, int depth) {
+    if (depth >= kMaxDepth) return fail(too_deep());
+    LibplistNode node(plist_new_dict());
+    for (const auto& [key, value] : d.entries()) {
+      if (!text_ok(key, "key")) return nullptr;
+      if (!value) return fail("key \"" + key + "\" has no value");
+      LibplistNode child = build(*value, depth + 1);
+      if (!child) return nullptr;
+      plist_dict_set_item(node.get(), key.c_str(), child.release());
+    }
+    return node;
+  }
+
+  LibplistNode array(const Array& a, int depth) {
+    if (depth >= kMaxDepth) return fail(too_deep());
+    LibplistNode node(plist_new_array());
+    for (const auto& item : a.items()) {
+      if (!item) return fail("array item has no value");
+      LibplistNode child = build(*item, depth + 1);
+      if (!child) return nullptr;
+      plist_array_append_item(node.get(), child.release());
+    }
+    return node;
+  }
+
+  static LibplistNode number(const Number& n) {
+    if (n.is_float()) return LibplistNode(plist_new_real(n.real_value()));
+    const auto bits = static_cast<uint64_t>(n.int_value());
+    return n.is_unsigned() ? wide_integer(bits) : LibplistNode(plist_new_uint(bits));
+  }
+
+  // libplist's date interface is 32-bit seconds; files keep whole seconds.
+  LibplistNode date(double t) {
+    if (!(t > INT32_MIN - 1.0 && t < INT32_MAX + 1.0)) return fail("date out of range");
+    return LibplistNode(plist_new_date(static_cast<int32_t>(std::trunc(t)), 0));
+  }
+
+  std::string& error_;
+};
+
+}  // namespace
+
+ValueRef from_libplist(plist_t node, std::string& error) {
+  if (!node) {
+    error = "no value";
+    return nullptr;
+  }
+  return convert(node, 0, error);
+}
+
+LibplistNode to_libplist(const Value& value, std::string& error) {
+  return Builder(error).build(value, 0);
+}
+
+}  // namespace cx::plist

@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <string>
+
+#include "plist/limits.h"
+#include "plist/plist_io.h"
+
+namespace cx::plist {
+namespace {
+
+std::string data_path(const char* name) {
+  return std::string(std::getenv("CX_TEST_DATA")) + "/" + name;
+}
+
+ValueRef round_trip(const Value& v, Format format) {
+  const WriteResult w = write_plist(v, format);
+  EXPECT_TRUE(w.ok()) << w.error;
+  const ReadResult r = read_plist(w.bytes);
+  EXPECT_NE(r.value, nullptr) << r.error;
+  EXPECT_EQ(r.format, format);
+  return r.value;
+}
+
+std::vector<std::string> keys_of(const ValueRef& v) {
+  std::vector<std::string> keys;
+  for (const auto& e : as<Dictionary>(v)->entries()) keys.push_back(e.first);
+  return keys;
+}
+
+const Number& number_at(const ValueRef& dict, const char* key) {
+  return *as<Number>(as<Dictionary>(dict)->get(key));
+}
+
+TEST(FixtureTest, XmlAndForeignBinaryReadTheSame) {
+  const ReadResult xml = read_plist_file(data_path("prefs.xml"));
+  const ReadResult bin = read_plist_file(data_path("prefs.bplist"));
+  ASSERT_NE(xml.value, nullptr) << xml.error;
+  ASSERT_NE(bin.value, nullptr) << bin.error;
+  EXPECT_TRUE(equal(xml.value, bin.value));
+  for (const ValueRef& v : {xml.value, bin.value}) {
+    EXPECT_EQ(keys_of(v), (std::vector<std::string>{"Zeta", "Alpha", "Mid"}));
+    const ValueRef alpha = as<Dictionary>(v)->get("Alpha");
+    EXPECT_EQ(keys_of(alpha), (std::vector<std::string>{"Speed", "Enabled", "Disabled", "Negative",
+                                                        "Big", "Huge", "Lowest"}));
+    EXPECT_EQ(number_at(alpha, "Speed").number_type(), NumberType::Float64);
+    EXPECT_EQ(number_at(alpha, "Negative").number_type(), NumberType::SInt32);
+    EXPECT_EQ(number_at(alpha, "Negative").int_value(), -42);
+    EXPECT_EQ(number_at(alpha, "Big").number_type(), NumberType::SInt64);
+    EXPECT_EQ(number_at(alpha, "Big").int_value(), 5000000000);
+    EXPECT_TRUE(number_at(alpha, "Huge").is_unsigned());
+    EXPECT_EQ(number_at(alpha, "Huge").int_value(), -1);
+    EXPECT_FALSE(number_at(alpha, "Lowest").is_unsigned());
+    EXPECT_EQ(number_at(alpha, "Lowest").int_value(), std::numeric_limits<int64_t>::min());
+    const auto* mid = as<Array>(as<Dictionary>(v)->get("Mid"));
+    EXPECT_EQ(as<String>(mid->at(0))->text(), "Trackball \xE2\x9C\x93 & <mouse>");
+    EXPECT_EQ(as<Data>(mid->at(1))->bytes(), (std::vector<uint8_t>{0x00, 0x01, 0xFE, 0xFF}));
+    EXPECT_EQ(as<Date>(mid->at(2))->absolute_time(), 136468800.0);  // 2005-04-29T12:00:00Z
+  }
+}
+
+TEST(FileTest, ErrorsNameTheFile) {
+  const std::string missing = data_path("no-such.plist");
+  EXPECT_EQ(read_plist_file(missing).error.rfind(missing + ": ", 0), 0u);
+  const auto dir =
+      std::filesystem::temp_directory_path() / ("cx_plist_test_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string path = (dir / "bad.plist").string();
+  auto d = make_dictionary();
+  d->set("k", make_bool(true));
+  ASSERT_TRUE(write_plist_file(path, *d, Format::Xml).ok());
+  const ReadResult good = read_plist_file(path);
+  ASSERT_NE(good.value, nullptr) << good.error;
+  EXPECT_TRUE(equal(good.value, d));
+  d->set("t", make_date(1e12));
+  EXPECT_EQ(write_plist_file(path, *d, Format::Binary).error, path + ": date out of range");
+  d->remove("t");
+  d->set("k", make_string(std::string("a\x01", 2)));
+  ASSERT_TRUE(write_plist_file(path, *d, Format::Binary).ok());
+  std::filesystem::resize_file(path, 20);
+  EXPECT_EQ(read_plist_file(path).error, path + ": byte offset 20: truncated trailer");
+  std::filesystem::remove_all(dir);
+}
+
+TEST(RoundTripTest, IntegersKeepTheirValueAndGetFileTypes) {
+  constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
+  constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+  const int64_t values[] = {0,
+                            1,
+                            -1,
+                            127,
+                            128,
+                            255,
+                            256,
+                            65535,
+                            65536,
+                            -32769,
+                            INT32_MAX,
+                            INT32_MIN,
+                            int64_t{INT32_MAX} + 1,
+                            int64_t{INT32_MIN} - 1,
+                            kMin,
+                            kMax};
+  for (Format format : {Format::Xml, Format::Binary}) {
+    for (int64_t v : values) {
+      const ValueRef back = round_trip(Number(NumberType::SInt64, v), format);
+      const auto* n = as<Number>(back);
+      ASSERT_NE(n, nullptr);
+      EXPECT_EQ(n->int_value(), v);
+      EXPECT_FALSE(n->is_unsigned());
+      const bool fits32 = v >= INT32_MIN && v <= INT32_MAX;
+      EXPECT_EQ(n->number_type(), fits32 ? NumberType::SInt32 : NumberType::SInt64) << v;
+    }
+    for (uint64_t u : {uint64_t{1} << 63, std::numeric_limits<uint64_t>::max()}) {
+      const ValueRef back = round_trip(Number(u), format);
+      EXPECT_TRUE(as<Number>(back)->is_unsigned());
+      EXPECT_EQ(static_cast<uint64_t>(as<Number>(back)->int_value()), u);
+    }
+  }
+}
+
+TEST(RoundTripTest, RealsKeepTheirValue) {
+  const double values[] = {0.1,
+                           -2.5,
+                           1e300,
+                           -1e-300,
+                           4.9406564584124654e-324,
+                           123456789.0,
+                           std::numeric_limits<double>::infinity(),
+                           -std::numeric_limits<double>::infinity()};
+  for (Format format : {Format::Xml, Format::Binary}) {
+    for (double v : values) {
+      const ValueRef back = round_trip(Number(NumberType::Float64, v), format);
+      EXPECT_EQ(as<Number>(back)->number_type(), NumberType::Float64);
+      EXPECT_EQ(as<Number>(back)->real_value(), v);
+    }
+    EXPECT_TRUE(
+        std::isnan(as<Number>(round_trip(Number(NumberType::Double, NAN), format))->real_value()));
+    EXPECT_EQ(as<Number>(round_trip(Number(NumberType::Float32, 0.1), format))->real_value(),
+              static_cast<double>(0.1f));
+  }
+}
+
+TEST(RoundTripTest, KeyOrderAndEverythingElseSurvive) {
+  auto d = make_dictionary();
+  d->set("zebra", make_string("\xC3\xA9t\xC3\xA9 \xF0\x9F\x98\x80 <&>\t\r\n"));
+  d->set("apple", make_data({0, 1, 2, 253, 254, 255}));
+  d->set("mango", make_date(-86400.0 * 365));
+  auto list = make_array();
+  list->append(make_bool(true));
+  list->append(make_bool(false));
+  list->append(make_dictionary());
+  list->append(make_array());
+  list->append(make_string(""));
+  list->append(make_data({}));
+  d->set("list", list);
+  for (Format format : {Format::Xml, Format::Binary}) {
+    const ValueRef back = round_trip(*d, format);
+    EXPECT_TRUE(equal(back, d));
+    EXPECT_EQ(keys_of(back), (std::vector<std::string>{"zebra", "apple", "mango", "list"}));
+  }
+}
+
+TEST(RoundTripTest, DatesKeepWholeSeconds) {
+  for (Format format : {Format::Xml, Format::Binary}) {
+    EXPECT_EQ(as<Date>(round_trip(Date(1000.75), format))->absolute_time(), 1000.0);
+    EXPECT_EQ(as<Date>(round_trip(Date(-1000.75), format))->absolute_time(), -1000.0);
+    EXPECT_EQ(as<Date>(round_trip(Date(INT32_MIN), format))->absolute_time(), INT32_MIN);
+  }
+}
+
+TEST(WriteTest, OutputIsDeterministic) {
+  const auto build = [] {
+    auto d = make_dictionary();
+    for (int i = 0; i < 50; ++i)
+      d->set("key" + std::to_string(i % 7) + std::to_string(i), make_int32(i % 5));
+    d->set("shared", make_string("key00"));
+    // Equal data values, which libplist's own writer may or may not merge.
+    auto blobs = make_array();
+    for (int i = 0; i < 64; ++i) blobs->append(make_data({0xA0, static_cast<uint8_t>(i % 2)}));
+    d->set("blobs", blobs);
+    return d;
+  };
+  for (Format format : {Format::Xml, Format::Binary}) {
+    const WriteResult a = write_plist(*build(), format);
+    const WriteResult b = write_plist(*build(), format);
+    ASSERT_TRUE(a.ok());
+    EXPECT_EQ(a.bytes, b.bytes);
+  }
+}
+
+TEST(WriteTest, XmlLayout) {
+  auto d = make_dictionary();
+  d->set("b", make_int32(-5));
+  d->set("a", make_real(NumberType::Float64, 0.5));
+  const WriteResult w = write_plist(*d, Format::Xml);
+  EXPECT_EQ(std::string(w.bytes.begin(), w.bytes.end()),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+            "<plist version=\"1.0\">\n<dict>\n\t<key>b</key>\n\t<integer>-5</integer>\n"
+            "\t<key>a</key>\n\t<real>0.5</real>\n</dict>\n</plist>\n");
+}
+
+TEST(WriteTest, BinaryLayoutSharesEqualScalars) {
+  auto d = make_dictionary();
+  d->set("a", make_int32(1));
+  auto list = make_array();
+  list->append(make_bool(true));
+  list->append(make_string("a"));
+  d->set("b", list);
+  const WriteResult w = write_plist(*d, Format::Binary);
+  // clang-format off
+  const std::vector<uint8_t> expected = {
+      'b', 'p', 'l', 'i', 's', 't', '0', '0',
+      0xD2, 1, 3, 2, 4,                 // 0: keys "a" "b", values 1 [true "a"]
+      0x51, 'a',                        // 1
+      0x10, 0x01,                       // 2
+      0x51, 'b',                        // 3
+      0xA2, 5, 1,                       // 4: the array reuses object 1 for "a"
+      0x09,                             // 5
+      8, 13, 15, 17, 19, 22,            // offset table
+      0, 0, 0, 0, 0, 0, 1, 1,           // offset and reference sizes
+      0, 0, 0, 0, 0, 0, 0, 6,           // objects
+      0, 0, 0, 0, 0, 0, 0, 0,           // root
+      0, 0, 0, 0, 0, 0, 0, 23};         // offset table start
+  // clang-format on
+  EXPECT_EQ(w.bytes, expected);
+}
+
+TEST(WriteTest, BinaryIntegerWidths) {
+  // -1 is an eight-byte signed integer; 2^64-1 a sixteen-byte one.
+  const WriteResult negative = write_plist(Number(NumberType::SInt32, int64_t{-1}), Format::Binary);
+  ASSERT_GE(negative.bytes.size(), 17u);
+  EXPECT_EQ(std::vector<uint8_t>(negative.bytes.begin() + 8, negative.bytes.begin() + 17),
+            (std::vector<uint8_t>{0x13, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
+  const WriteResult wide =
+      write_plist(Number(std::numeric_limits<uint64_t>::max()), Format::Binary);
+  ASSERT_GE(wide.bytes.size(), 25u);
+  EXPECT_EQ(wide.bytes[8], 0x14);
+  EXPECT_EQ(wide.bytes[16], 0x00);
+  EXPECT_EQ(wide.bytes[17], 0xFF);
+}
+
+TEST(WriteTest, RefusesWhatFilesCannotHold) {
+  const auto error = [](const Value& v, Format f) { return write_plist(v, f).error; };
+  EXPECT_EQ(error(String(std::string("a\0b", 3)), Format::Binary),
+            "string cannot be written: NUL character");
+  EXPECT_EQ(error(String("\xFF"), Format::Xml),
+            "string cannot be written: invalid UTF-8 at byte 0");
+  EXPECT_EQ(error(String("\x1B[0m"), Format::Xml),
+            "string cannot be written: U+001B cannot be written in XML");
+  EXPECT_TRUE(write_plist(String("\x1B[0m"), Format::Binary).ok());
+  auto d = make_dictionary();
+  d->set("\x01", make_bool(true));
+  EXPECT_EQ(error(*d, Format::Xml), "key cannot be written: U+0001 cannot be written in XML");
+  EXPECT_EQ(error(Date(NAN), Format::Binary), "date out of range");
+
+  auto deep = make_array();
+  for (int i = 1; i < kMaxDepth; ++i) {
+    auto outer = make_array();
+    outer->append(deep);
+    deep = outer;
+  }
+  EXPECT_TRUE(write_plist(*deep, Format::Binary).ok());
+  auto deeper = make_array();
+  deeper->append(deep);
+  EXPECT_EQ(error(*deeper, Format::Xml), "nesting deeper than 512 levels");
+
+  auto cycle = make_array();
+  cycle->append(cycle);
+  EXPECT_EQ(error(*cycle, Format::Binary), "nesting deeper than 512 levels");
+  cycle->clear();
+}
+
+}  // namespace
+}  // namespace cx::plist
