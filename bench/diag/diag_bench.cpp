@@ -1,0 +1,42 @@
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "diag/diag_config.h"
+#include "diag/diag_log_file.h"
+#include "diag/diag_state.h"
+#include "diag/diag_writers.h"
+
+namespace {
+
+// A trace line under the default filter: the common case in the field.
+void BM_DiagLineFilteredOut(benchmark::State& state) {
+  cx::diag_reset_state();
+  for (auto _ : state) {
+    cx::diag_line("Switching App to Finder", 0x1ffff);
+    benchmark::ClobberMemory();
+  }
+  cx::diag_reset_state();
+}
+BENCHMARK(BM_DiagLineFilteredOut);
+
+void BM_DiagLineWritten(benchmark::State& state) {
+  std::string dir = (std::filesystem::temp_directory_path() / "cxdiagbench.XXXXXX").string();
+  if (mkdtemp(dir.data()) == nullptr) {
+    state.SkipWithError("no temporary folder");
+    return;
+  }
+  const std::string path = dir + "/log.txt";
+  cx::diag_reset_state();
+  cx::cc_diag_set_window_info(nullptr, path.c_str(), 0, 0, 0, 0, 0, 0, 1);
+  cx::cc_diag_set_display_level(0x1ffff);
+  for (auto _ : state) cx::diag_line("Switching App to Finder", 0x1ffff);
+  cx::diag_reset_state();
+  std::filesystem::remove_all(dir);
+}
+BENCHMARK(BM_DiagLineWritten);
+
+}  // namespace

@@ -1,0 +1,175 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "diag/plist_describe.h"
+#include "diag/plist_show.h"
+#include "plist/value.h"
+
+namespace cx {
+namespace {
+
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+// {"name": "Bob", "list": [true, 1.5]}
+plist::ValueRef nested() {
+  auto list = plist::make_array();
+  list->append(plist::make_bool(true));
+  list->append(plist::make_real(plist::NumberType::Float64, 1.5));
+  auto dict = plist::make_dictionary();
+  dict->set("name", plist::make_string("Bob"));
+  dict->set("list", list);
+  return dict;
+}
+
+TEST(PlistDescribeTest, NestedVerbose) {
+  const plist::ValueRef title = plist::make_string("T");
+  const plist::ValueRef value = nested();
+  CaptureStderr();
+  CXCFShow(value.get(), title.get(), 1);
+  EXPECT_EQ(GetCapturedStderr(),
+            "T\n"
+            "  <Dictionary -- Nitems: 2, Retain: 1, Items:\n"
+            "    <String -- \"name\", Retain: 1, Value:\n"
+            "      <String -- \"Bob\", Retain: 1\n"
+            "    <String -- \"list\", Retain: 1, Value:\n"
+            "      <Array -- Count: 2, Retain: 1, Items:\n"
+            "        Item #0:         <Boolean -- Value: TRUE, Retain: 1>\n"
+            "        Item #1:         <Number -- Type: Float64, Value: 1.500000, Retains: 1>\n"
+            "      >\n"
+            "  >\n");
+}
+
+TEST(PlistDescribeTest, NestedPlain) {
+  const plist::ValueRef value = nested();
+  CaptureStderr();
+  CXCFShow(value.get(), nullptr, 0);
+  CXCFDescribe(nullptr, 0, "-");
+  EXPECT_EQ(GetCapturedStderr(),
+            "  Dictionary:\n"
+            "    name,\n"
+            "      Bob\n"
+            "    list,\n"
+            "      Array:\n"
+            "        0:         TRUE\n"
+            "        1:         Float64(1.500000)\n"
+            "\n"
+            "\n"
+            "-<NULL>");
+}
+
+TEST(PlistDescribeTest, NumbersStringsAndRetainCounts) {
+  const plist::ValueRef shared = plist::make_number(plist::NumberType::SInt16, -7);
+  const plist::ValueRef second_owner = shared;
+  const plist::ValueRef long_long = plist::make_number(plist::NumberType::LongLong, 5);
+  const plist::ValueRef big = plist::make_number(plist::NumberType::SInt64, 1LL << 40);
+  const plist::ValueRef no = plist::make_bool(false);
+  const plist::ValueRef too_long = plist::make_string(std::string(1024, 's'));
+  const plist::ValueRef data = plist::make_data({1, 2});
+  CaptureStderr();
+  CXCFDescribe(shared.get(), 1, "|");
+  CXCFDescribe(shared.get(), 0, "|");
+  CXCFDescribe(long_long.get(), 1, "|");
+  CXCFDescribe(long_long.get(), 0, "|");
+  CXCFDescribe(big.get(), 0, "|");
+  CXCFDescribe(no.get(), 1, "|");
+  CXCFDescribe(no.get(), 0, "|");
+  CXCFDescribe(too_long.get(), 1, "|");
+  CXCFDescribe(too_long.get(), 0, "|");
+  CXCFDescribe(data.get(), 0, "|");
+  char address[64];
+  std::snprintf(address, sizeof address, "|<0x%lx: Unknown object type>",
+                static_cast<unsigned long>(reinterpret_cast<uintptr_t>(data.get())));
+  EXPECT_EQ(GetCapturedStderr(),
+            "|<Number -- Type: SInt16, Value: -7, Retains: 2>"
+            "|SInt16(-7)"
+            "|<Number -- Type: LongLong, Value: undisplayable, Retains: 1>"
+            "|LongLong(undisplayable)"
+            "|SInt64(1099511627776)"
+            "|<Boolean -- Value: FALSE, Retain: 1>"
+            "|FALSE"
+            "|<String -- can't convert, Retain: 1"
+            "|(Unconvertable string)" +
+                std::string(address));
+}
+
+TEST(PlistDescribeTest, EmptyContainers) {
+  const plist::ValueRef dict = plist::make_dictionary();
+  const plist::ValueRef array = plist::make_array();
+  CaptureStderr();
+  CXCFDescribe(dict.get(), 1, ">");
+  CXCFDescribe(dict.get(), 0, ">");
+  CXCFDescribe(array.get(), 1, ">");
+  CXCFDescribe(array.get(), 0, ">");
+  EXPECT_EQ(GetCapturedStderr(),
+            "><Dictionary -- error trying to get count of keys and values>"
+            "><Dictionary -- error trying to get count of keys and values>"
+            "><Array -- Count: 0, Retain: 1, Items:\n>>"
+            ">Array:\n");
+}
+
+TEST(PlistShowTest, KeyColumnFitsTheWidestNestedKey) {
+  auto dict = plist::make_dictionary();
+  dict->set("a", plist::make_string("x"));
+  dict->set("longkey1", plist::make_int32(5));
+  const plist::ValueRef key = plist::make_string("dict");
+  const plist::ValueRef value = dict;
+  EXPECT_EQ(CXCFGetMaxKeyLength(key.get(), value.get(), 0), 10);
+  CaptureStderr();
+  CXCFKeyShow(key.get(), value.get());
+  EXPECT_EQ(GetCapturedStderr(),
+            "( 1/ 2)dict          Dict          <2 key/value pairs>\n"
+            "( 1/ 1)  a           String    x\n"
+            "( 1/ 1)  longkey1    Number    5 (SInt32)\n");
+}
+
+TEST(PlistShowTest, ArraysUsePositionsAsKeys) {
+  auto inner = plist::make_array();
+  for (int i = 0; i < 10; ++i) inner->append(plist::make_bool(i % 2 == 0));
+  auto outer = plist::make_array();
+  outer->append(inner);
+  outer->append(plist::make_number(plist::NumberType::LongLong, 1));
+  const plist::ValueRef value = outer;
+  // "10" two levels down is the widest key.
+  EXPECT_EQ(CXCFGetMaxKeyLengthFromArray(*outer, 0), 4);
+  CaptureStderr();
+  CXCFKeyShow(nullptr, value.get());
+  const std::string out = GetCapturedStderr();
+  EXPECT_EQ(out.substr(0, out.find('\n') + 1), "( 0/ 2)<not a string>Array         <2 objects>\n");
+  EXPECT_NE(out.find("( 1/ 2)  1       Array         <10 objects>\n"), std::string::npos);
+  EXPECT_NE(out.find("( 1/ 1)    1     Boolean   YES\n"), std::string::npos);
+  EXPECT_NE(out.find("( 1/ 1)    10    Boolean   NO\n"), std::string::npos);
+  EXPECT_NE(out.find("( 1/ 1)  2       Number    undisplayable (LongLong)\n"), std::string::npos);
+}
+
+TEST(PlistShowTest, NullEmptyDictionaryAndUnconvertibleKey) {
+  auto dict = plist::make_dictionary();
+  dict->set(std::string(1024, 'k'), plist::make_dictionary());
+  const plist::ValueRef value = dict;
+  EXPECT_EQ(CXCFGetMaxKeyLengthFromDictionary(*dict, 0), 0);
+  CaptureStderr();
+  CXCFShowObject(nullptr, 0, 0);
+  CXCFShowObject(value.get(), 0, 0);
+  EXPECT_EQ(GetCapturedStderr(),
+            "Unknown   NULL\n"
+            "Dict          <1 key/value pairs>\n"
+            "( 1/ 1)  <Unconvertable string>Dict      <zero key/value pairs>\n");
+}
+
+TEST(PlistShowTest, StringLengths) {
+  const plist::ValueRef fits = plist::make_string(std::string(1023, 'a'));
+  const plist::ValueRef too_long = plist::make_string(std::string(1024, 'a'));
+  const plist::ValueRef number = plist::make_int32(1);
+  EXPECT_EQ(CXCFGetStringLength(fits.get()), 1023);
+  EXPECT_EQ(CXCFGetStringLength(too_long.get()), 0);
+  EXPECT_EQ(CXCFGetStringLength(number.get()), 0);
+  CaptureStderr();
+  EXPECT_EQ(CXCFShowString(fits.get()), 1023);
+  EXPECT_EQ(CXCFShowString(number.get()), 14);
+  EXPECT_EQ(GetCapturedStderr(), std::string(1023, 'a') + "<not a string>");
+}
+
+}  // namespace
+}  // namespace cx
