@@ -1,0 +1,93 @@
+// The reference driver's socket side: one single-threaded poll loop serving
+// the mouse driver, its ADBID32Mouse instances, their notification clients and
+// any extra line-based sockets (the control tool's), each client isolated
+// from the others.
+#pragma once
+
+#include <poll.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/uc_frame.h"
+#include "platform/linux/user_client_fd.h"
+#include "refdriver/transport_handler.h"
+#include "refdriver/uc_session.h"
+
+namespace cx::refdriver {
+
+inline constexpr std::string_view kMouseDriverService =
+    "com_velcorra_corvex_iokit_VelcorraMouseDriver";
+inline constexpr std::string_view kAdbMouseService = "com_velcorra_corvex_iokit_ADBID32Mouse";
+
+// Serves the clients of an extra socket, one text line at a time.
+class LineHandler {
+ public:
+  virtual ~LineHandler() = default;
+  // One line without its newline -> the text sent back (may be empty).
+  virtual std::string line(const ClientPeer& peer, std::string_view text) = 0;
+};
+
+class TransportServer {
+ public:
+  // Listens in `directory` (created when missing) on the mouse driver's
+  // socket and on ADBID32Mouse instances ".1" to ".<adb_instances>". Null, with
+  // `error` set, when a socket cannot be made.
+  static std::unique_ptr<TransportServer> create(const std::string& directory,
+                                                 uint32_t adb_instances, TransportHandler& handler,
+                                                 std::string& error, TransportLimits limits = {});
+  // Closes every client and removes the sockets; the handler is not called.
+  ~TransportServer();
+  TransportServer(const TransportServer&) = delete;
+  TransportServer& operator=(const TransportServer&) = delete;
+
+  // Another socket `name` in the directory whose clients send lines.
+  bool add_line_socket(const std::string& name, mode_t mode, LineHandler& handler,
+                       std::string& error);
+
+  // Posts a general-interest message to every notification client; one that
+  // has fallen too far behind is dropped. Called on the loop's thread (from
+  // the handlers), like everything here but stop().
+  void post_interest(uint32_t type, uint64_t argument);
+
+  // One turn of the loop, waiting at most `timeout_ms` (-1: until something happens).
+  void poll_once(int timeout_ms);
+  // Turns the loop until stop().
+  void run();
+  // Safe from any thread and from a signal handler.
+  void stop();
+
+ private:
+  struct Listener;
+  struct Client;
+
+  TransportServer(std::string directory, TransportHandler& handler, TransportLimits limits,
+                  UniqueFd wake);
+  bool listen_on(const std::string& name, mode_t mode, std::unique_ptr<Listener> listener,
+                 std::string& error);
+  void accept_clients(Listener& listener);
+  void receive(Client& client);
+  void receive_frames(Client& client);
+  void receive_lines(Client& client);
+  void handle_frames(Client& client);
+  void handle_lines(Client& client);
+  void send(Client& client, const uint8_t* data, std::size_t length, int fd);
+  void flush(Client& client);
+  void remove_closed();
+
+  std::string directory_;
+  SessionContext context_;
+  UniqueFd wake_;
+  std::atomic<bool> stopping_{false};
+  uint64_t last_connection_ = 0;
+  std::vector<std::unique_ptr<Listener>> listeners_;
+  std::vector<std::unique_ptr<Client>> clients_;
+  std::vector<pollfd> poll_fds_;  // rebuilt each turn, kept to spare allocations
+};
+
+}  // namespace cx::refdriver

@@ -1,0 +1,86 @@
+// The frame codec: exact bytes of the frames only the driver sends, and the
+// stream cutter's handling of split, joined and impossible lengths.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/linux/uc_frame.h"
+
+namespace cx::uc {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+TEST(UcFrame, DriverFramesAreBigEndianAndUnpadded) {
+  uint8_t out[32];
+  ASSERT_EQ(encode_notify(out, 0xF9488FFF, 0x0102030405060708), 20u);
+  EXPECT_EQ(Bytes(out, out + 20),
+            (Bytes{0, 0, 0, 20, 0, 0, 0, 0x90, 0xF9, 0x48, 0x8F, 0xFF, 1, 2, 3, 4, 5, 6, 7, 8}));
+  ASSERT_EQ(encode_map_reply(out, static_cast<int32_t>(0xE00002C2), 0x20000), 20u);
+  EXPECT_EQ(Bytes(out, out + 20),
+            (Bytes{0, 0, 0, 20, 0, 0, 0, 0x84, 0xE0, 0, 0x02, 0xC2, 0, 0, 0, 0, 0, 2, 0, 0}));
+  const int64_t values[] = {-2};
+  ASSERT_EQ(encode_scalar_reply(out, -1, values), 24u);
+  EXPECT_EQ(Bytes(out, out + 24),
+            (Bytes{0, 0, 0, 24, 0,    0,    0,    0x82, 0xFF, 0xFF, 0xFF, 0xFF,
+                   0, 0, 0, 1,  0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE}));
+}
+
+// Feeds `bytes` in pieces of `step`, collecting frames until one is refused.
+std::vector<Bytes> cut(FrameAssembler& a, const Bytes& bytes, std::size_t step, bool& refused) {
+  std::vector<Bytes> frames;
+  refused = false;
+  for (std::size_t at = 0; at < bytes.size() && !refused;) {
+    const std::span<uint8_t> space = a.free_space();
+    const std::size_t n = std::min({step, space.size(), bytes.size() - at});
+    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(at), n, space.begin());
+    a.commit(n);
+    at += n;
+    std::span<const uint8_t> frame;
+    FrameAssembler::Result r;
+    while ((r = a.next(frame)) == FrameAssembler::Result::Frame)
+      frames.emplace_back(frame.begin(), frame.end());
+    refused = r == FrameAssembler::Result::Malformed;
+  }
+  return frames;
+}
+
+TEST(UcFrame, AssemblerCutsAStreamWhateverItsPieces) {
+  Bytes stream;
+  for (const uint32_t length : {8u, 20u, 65536u, 9u}) {
+    Bytes frame(length, static_cast<uint8_t>(length));
+    frame[0] = static_cast<uint8_t>(length >> 24);
+    frame[1] = static_cast<uint8_t>(length >> 16);
+    frame[2] = static_cast<uint8_t>(length >> 8);
+    frame[3] = static_cast<uint8_t>(length);
+    stream.insert(stream.end(), frame.begin(), frame.end());
+  }
+  for (const std::size_t step :
+       {std::size_t{1}, std::size_t{7}, std::size_t{4096}, stream.size()}) {
+    FrameAssembler a(kMaxFrame, kMaxFrame);
+    bool refused = false;
+    const std::vector<Bytes> frames = cut(a, stream, step, refused);
+    EXPECT_FALSE(refused);
+    ASSERT_EQ(frames.size(), 4u) << step;
+    EXPECT_EQ(frames[2].size(), 65536u);
+    EXPECT_EQ(frames[3].back(), 9);
+    EXPECT_FALSE(a.has_bytes());
+  }
+}
+
+TEST(UcFrame, AssemblerRefusesImpossibleLengthsFromTheHeaderAlone) {
+  bool refused = false;
+  FrameAssembler a(kMaxFrame, kMaxFrame);
+  EXPECT_TRUE(cut(a, {0, 1, 0, 1, 0, 0, 0, 2}, 8, refused).empty());
+  EXPECT_TRUE(refused);
+  FrameAssembler b(kMaxFrame, kMaxFrame);
+  EXPECT_EQ(cut(b, {0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 7, 0, 0, 0, 0}, 16, refused).size(), 1u);
+  EXPECT_TRUE(refused);
+  // A notification socket takes nothing longer than a NOTIFY.
+  FrameAssembler c(kNotifySize, 64);
+  EXPECT_TRUE(cut(c, {0, 0, 0, 21, 0, 0, 0, 0x90}, 8, refused).empty());
+  EXPECT_TRUE(refused);
+}
+
+}  // namespace
+}  // namespace cx::uc

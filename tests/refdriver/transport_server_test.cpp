@@ -1,0 +1,283 @@
+// The reference driver's transport spoken to by hand: greetings, malformed
+// frames, notification back-pressure, limits and the extra line sockets.
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cctype>
+
+#include "platform/linux/uc_frame.h"
+#include "platform/linux/user_client_socket.h"
+#include "tests/refdriver/running_server.h"
+
+namespace cx::refdriver {
+namespace {
+
+using platform::kIOReturnBadArgument;
+using platform::kIOReturnSuccess;
+using platform::kIOReturnUnsupported;
+using testing::closed_by_peer;
+using testing::hello_bytes;
+using testing::kMouse;
+using testing::raw_connect;
+using testing::read_frame;
+using testing::RunningServer;
+using testing::write_bytes;
+
+std::vector<uint8_t> create_call(int64_t size) {
+  std::vector<uint8_t> frame(uc::scalar_call_size(1));
+  const int64_t in[] = {size};
+  uc::encode_scalar_call(frame.data(), 0, in, 1);
+  return frame;
+}
+
+int32_t status_of(const std::vector<uint8_t>& reply) {
+  return reply.size() >= 12 ? static_cast<int32_t>(load_be32(&reply[8])) : 1;
+}
+
+// A raw client that has been greeted as a user client.
+UniqueFd greeted(const std::string& dir) {
+  UniqueFd fd = raw_connect(dir, kMouse);
+  EXPECT_TRUE(write_bytes(fd.get(), hello_bytes(uc::kMagic, 1, 1)));
+  EXPECT_EQ(read_frame(fd.get()), (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 0x81, 0, 0, 0, 0}));
+  return fd;
+}
+
+// Creates a buffer through a raw user client.
+bool creates_buffer(int fd) {
+  if (!write_bytes(fd, create_call(0x10000))) return false;
+  const std::vector<uint8_t> reply = read_frame(fd);
+  return reply.size() == 24 && load_be32(&reply[4]) == 0x82 && status_of(reply) == 0;
+}
+
+// The user client still works: unmapping a buffer it never had is refused.
+bool answers(int fd) {
+  if (!write_bytes(fd, {0, 0, 0, 12, 0, 0, 0, 5, 0, 0, 0, 0})) return false;
+  const std::vector<uint8_t> reply = read_frame(fd);
+  return reply.size() == 12 && load_be32(&reply[4]) == 0x85 &&
+         status_of(reply) == kIOReturnBadArgument;
+}
+
+TEST(TransportHello, RefusedGreetingsAreAnsweredThenClosed) {
+  RunningServer driver;
+  struct Case {
+    std::vector<uint8_t> hello;
+    std::string service;
+    int32_t expected;
+  };
+  const Case cases[] = {
+      {hello_bytes(0x43585544, 1, 1), kMouse, kIOReturnBadArgument},
+      {hello_bytes(uc::kMagic, 2, 1), kMouse, kIOReturnUnsupported},
+      {hello_bytes(uc::kMagic, 1, 0), kMouse, kIOReturnBadArgument},
+      {hello_bytes(uc::kMagic, 1, 3), kMouse, kIOReturnBadArgument},
+      {hello_bytes(uc::kMagic, 1, 2), testing::kAdb + ".1", kIOReturnUnsupported},
+  };
+  for (const Case& c : cases) {
+    UniqueFd fd = raw_connect(driver.dir(), c.service);
+    ASSERT_TRUE(write_bytes(fd.get(), c.hello));
+    const std::vector<uint8_t> reply = read_frame(fd.get());
+    ASSERT_EQ(reply.size(), 12u);
+    EXPECT_EQ(load_be32(&reply[4]), 0x81u);
+    EXPECT_EQ(status_of(reply), c.expected);
+    EXPECT_TRUE(closed_by_peer(fd.get()));
+  }
+  UniqueFd good = greeted(driver.dir());
+  EXPECT_TRUE(answers(good.get()));
+}
+
+TEST(TransportFrames, MalformedInputClosesOnlyThatConnection) {
+  RunningServer driver;
+  UniqueFd bystander = greeted(driver.dir());
+  std::unique_ptr<platform::InterestNotifier> listening;
+  ASSERT_EQ(
+      platform::make_socket_user_client_service(driver.dir())->open_interest(kMouse, listening),
+      kIOReturnSuccess);
+
+  struct Case {
+    const char* name;
+    bool greet;
+    std::vector<uint8_t> bytes;
+  };
+  const Case cases[] = {
+      {"length below the header", true, {0, 0, 0, 4, 0, 0, 0, 2}},
+      {"length zero", true, {0, 0, 0, 0, 0, 0, 0, 0}},
+      {"length over 65536, refused before its body", true, {0, 1, 0, 1, 0, 0, 0, 2}},
+      {"unknown opcode", true, {0, 0, 0, 8, 0, 0, 0, 7}},
+      {"a reply opcode", true, {0, 0, 0, 12, 0, 0, 0, 0x84, 0, 0, 0, 1}},
+      {"map with a long body", true, {0, 0, 0, 16, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0}},
+      {"unmap with a short body", true, {0, 0, 0, 8, 0, 0, 0, 5}},
+      {"scalar count beyond its body", true, {0, 0, 0, 28, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0,
+                                              0, 2, 0, 0,  0, 1, 0, 0, 0, 0, 0, 1, 0, 0}},
+      {"scalar with no count", true, {0, 0, 0, 16, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {"structure input length off by one", true, {0, 0, 0, 22, 0, 0, 0, 3, 0, 0, 0,
+                                                   0, 0, 0, 0,  3, 0, 0, 0, 0, 1, 2}},
+      {"a request before the greeting", false, create_call(0x10000)},
+      {"a second greeting", true, hello_bytes(uc::kMagic, 1, 1)},
+      {"hello with a short body", false, {0, 0, 0, 16, 0, 0, 0, 1, 'C', 'X', 'U', 'C', 0, 0, 0, 1}},
+  };
+  for (const Case& c : cases) {
+    UniqueFd fd = c.greet ? greeted(driver.dir()) : raw_connect(driver.dir(), kMouse);
+    ASSERT_TRUE(write_bytes(fd.get(), c.bytes)) << c.name;
+    EXPECT_TRUE(closed_by_peer(fd.get())) << c.name;
+    EXPECT_TRUE(answers(bystander.get())) << c.name;
+  }
+  // Seventeen inputs, with all their bytes.
+  std::vector<uint8_t> many(uc::scalar_call_size(17));
+  store_be32(&many[0], static_cast<uint32_t>(many.size()));
+  store_be32(&many[4], 2);
+  store_be32(&many[12], 17);
+  UniqueFd fd = greeted(driver.dir());
+  ASSERT_TRUE(write_bytes(fd.get(), many));
+  EXPECT_TRUE(closed_by_peer(fd.get()));
+
+  // A notification client only reads.
+  UniqueFd talker = raw_connect(driver.dir(), kMouse);
+  ASSERT_TRUE(write_bytes(talker.get(), hello_bytes(uc::kMagic, 1, 2)));
+  EXPECT_EQ(status_of(read_frame(talker.get())), 0);
+  ASSERT_TRUE(write_bytes(talker.get(), {0}));
+  EXPECT_TRUE(closed_by_peer(talker.get()));
+
+  EXPECT_TRUE(answers(bystander.get()));
+  std::vector<platform::InterestMessage> none;
+  EXPECT_TRUE(listening->read_pending(none));
+}
+
+TEST(TransportFrames, JoinedFramesAreAnsweredInOrder) {
+  RunningServer driver;
+  UniqueFd joined = raw_connect(driver.dir(), kMouse);
+  std::vector<uint8_t> both = hello_bytes(uc::kMagic, 1, 1);
+  const std::vector<uint8_t> call = create_call(0x10000);
+  both.insert(both.end(), call.begin(), call.end());
+  both.insert(both.end(), call.begin(), call.end());
+  ASSERT_TRUE(write_bytes(joined.get(), both));
+  EXPECT_EQ(status_of(read_frame(joined.get())), 0);
+  const std::vector<uint8_t> first = read_frame(joined.get());
+  const std::vector<uint8_t> second = read_frame(joined.get());
+  ASSERT_EQ(first.size(), 24u);
+  ASSERT_EQ(second.size(), 24u);
+  EXPECT_NE(load_be64(&first[16]), load_be64(&second[16]));  // two buffers
+}
+
+// Selector 2 of the test handler posts `count` messages.
+void post_through(platform::UserClientConnection& c, int64_t request, int64_t reply,
+                  platform::MemoryMapping& in, uint32_t count) {
+  store_be32(in.address() + 4, count);
+  store_be32(in.address() + 8, 0xF9488FFF);
+  const int64_t args[] = {request, reply};
+  int64_t status[] = {-1};
+  ASSERT_EQ(c.call_scalar(2, args, status), kIOReturnSuccess);
+}
+
+TEST(TransportNotify, AClientThatDoesNotReadIsDroppedAndOthersGoOn) {
+  RunningServer driver(TransportLimits{.max_notify_backlog = 4096});
+  auto service = platform::make_socket_user_client_service(driver.dir());
+  UniqueFd stalled = raw_connect(driver.dir(), kMouse);
+  ASSERT_TRUE(write_bytes(stalled.get(), hello_bytes(uc::kMagic, 1, 2)));
+  EXPECT_EQ(status_of(read_frame(stalled.get())), 0);
+  std::unique_ptr<platform::InterestNotifier> reader;
+  ASSERT_EQ(service->open_interest(kMouse, reader), kIOReturnSuccess);
+
+  std::unique_ptr<platform::UserClientConnection> c;
+  ASSERT_EQ(service->open(kMouse, c), kIOReturnSuccess);
+  int64_t types[2] = {};
+  for (int64_t& type : types) {
+    const int64_t size[] = {0x10000};
+    int64_t out[] = {0};
+    ASSERT_EQ(c->call_scalar(0, size, out), kIOReturnSuccess);
+    type = out[0];
+  }
+  std::unique_ptr<platform::MemoryMapping> in;
+  ASSERT_EQ(c->map_memory(static_cast<uint32_t>(types[0]), in), kIOReturnSuccess);
+
+  // Far more than a socket buffer and the backlog hold, in bursts the reader keeps up with.
+  std::vector<platform::InterestMessage> got;
+  for (int round = 0; round < 100; ++round) {
+    post_through(*c, types[0], types[1], *in, 100);
+    while (got.size() < 100u * (round + 1)) {
+      pollfd p{reader->fd(), POLLIN, 0};
+      ASSERT_EQ(poll(&p, 1, 5000), 1);
+      ASSERT_TRUE(reader->read_pending(got));
+    }
+  }
+  EXPECT_EQ(got.size(), 10000u);
+  EXPECT_TRUE(closed_by_peer(stalled.get()));
+}
+
+TEST(TransportLimits, ConnectionsBeyondTheLimitAreClosed) {
+  RunningServer driver(TransportLimits{.max_clients = 2});
+  UniqueFd first = greeted(driver.dir());
+  UniqueFd second = greeted(driver.dir());
+  UniqueFd third = raw_connect(driver.dir(), kMouse);
+  write_bytes(third.get(), hello_bytes(uc::kMagic, 1, 1));
+  EXPECT_TRUE(closed_by_peer(third.get()));
+  first.reset();
+  EXPECT_EQ(driver.handler.wait_closed(1), 1u);
+  UniqueFd again = greeted(driver.dir());
+  EXPECT_TRUE(answers(again.get()));
+}
+
+std::size_t shared_buffers_open() {
+  std::size_t count = 0;
+  std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir("/proc/self/fd"), closedir);
+  while (const dirent* entry = readdir(dir.get())) {
+    char target[256] = {};
+    const std::string link = std::string("/proc/self/fd/") + entry->d_name;
+    if (readlink(link.c_str(), target, sizeof target - 1) > 0 &&
+        std::string_view(target).starts_with("/memfd:corvex-uc-buffer")) {
+      ++count;
+    }
+  }
+  return count;
+}
+
+TEST(TransportBuffers, AClosedConnectionsBuffersAreFreed) {
+  RunningServer driver;
+  const std::size_t before = shared_buffers_open();
+  UniqueFd fd = greeted(driver.dir());
+  ASSERT_TRUE(creates_buffer(fd.get()));
+  ASSERT_TRUE(creates_buffer(fd.get()));
+  EXPECT_EQ(shared_buffers_open(), before + 2);
+  fd.reset();
+  EXPECT_EQ(driver.handler.wait_closed(1), 1u);
+  EXPECT_EQ(shared_buffers_open(), before);
+}
+
+class UpperCase final : public LineHandler {
+ public:
+  std::string line(const ClientPeer& peer, std::string_view text) override {
+    std::string answer(text);
+    for (char& ch : answer) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    return answer + " " + std::to_string(peer.uid) + "\n";
+  }
+};
+
+std::string read_all(int fd) {
+  std::string text;
+  char buffer[512];
+  ssize_t n;
+  while ((n = recv(fd, buffer, sizeof buffer, 0)) > 0)
+    text.append(buffer, static_cast<std::size_t>(n));
+  return text;
+}
+
+TEST(TransportLines, AnExtraSocketAnswersLineByLine) {
+  UpperCase upper;
+  RunningServer driver({}, 0, [&](TransportServer& server) {
+    std::string error;
+    EXPECT_TRUE(server.add_line_socket("control", 0600, upper, error)) << error;
+  });
+  const std::string uid = std::to_string(getuid());
+  UniqueFd fd = raw_connect(driver.dir(), "control");
+  ASSERT_TRUE(fd);
+  const std::string request = "press 3\nstate\nunfinished";
+  ASSERT_EQ(send(fd.get(), request.data(), request.size(), MSG_NOSIGNAL),
+            static_cast<ssize_t>(request.size()));
+  shutdown(fd.get(), SHUT_WR);
+  EXPECT_EQ(read_all(fd.get()), "PRESS 3 " + uid + "\nSTATE " + uid + "\n");
+
+  UniqueFd rambling = raw_connect(driver.dir(), "control");
+  ASSERT_TRUE(write_bytes(rambling.get(), std::vector<uint8_t>(5000, 'x')));
+  EXPECT_TRUE(closed_by_peer(rambling.get()));
+}
+
+}  // namespace
+}  // namespace cx::refdriver
