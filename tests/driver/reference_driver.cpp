@@ -1,0 +1,49 @@
+#include "tests/driver/reference_driver.h"
+
+#include <stdlib.h>
+
+#include <filesystem>
+
+#include "refdriver/event_codes.h"
+
+namespace cx::test {
+
+ReferenceDriver::ReferenceDriver(std::function<void(refdriver::DriverState&)> setup) {
+  char pattern[] = "/tmp/cxdrv.XXXXXX";
+  if (!mkdtemp(pattern)) {
+    error_ = "no temporary service directory";
+    return;
+  }
+  dir_ = pattern;
+  start(setup);
+}
+
+ReferenceDriver::~ReferenceDriver() {
+  stop();
+  if (!dir_.empty()) std::filesystem::remove_all(dir_);
+}
+
+bool ReferenceDriver::start(const std::function<void(refdriver::DriverState&)>& setup) {
+  state_ = std::make_unique<refdriver::DriverState>();
+  if (setup) setup(*state_);
+  handler_ = std::make_unique<refdriver::RequestHandler>(*state_, *this);
+  server_ = refdriver::TransportServer::create(dir_, 0, *handler_, error_);
+  if (!server_) return false;
+  thread_ = std::thread([server = server_.get()] { server->run(); });
+  return true;
+}
+
+void ReferenceDriver::stop() {
+  if (!server_) return;
+  server_->stop();
+  thread_.join();
+  server_.reset();
+  handler_.reset();
+  state_.reset();
+}
+
+void ReferenceDriver::notify(uint32_t code, uint64_t argument) {
+  server_->post_interest(refdriver::message_type(code), argument);
+}
+
+}  // namespace cx::test

@@ -1,0 +1,47 @@
+// The reference driver served from this process: its real request handler
+// behind its real socket server, on a thread, in a temporary service
+// directory. Stopping it is the daemon going away; starting it again is a
+// fresh daemon with empty settings.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "refdriver/driver_sink.h"
+#include "refdriver/driver_state.h"
+#include "refdriver/request_handler.h"
+#include "refdriver/transport_server.h"
+
+namespace cx::test {
+
+class ReferenceDriver final : public refdriver::DriverSink {
+ public:
+  // `setup` prepares the live state before the server takes requests.
+  explicit ReferenceDriver(std::function<void(refdriver::DriverState&)> setup = {});
+  ~ReferenceDriver() override;
+  ReferenceDriver(const ReferenceDriver&) = delete;
+  ReferenceDriver& operator=(const ReferenceDriver&) = delete;
+
+  // False, with error() telling why, when the server cannot listen.
+  bool start(const std::function<void(refdriver::DriverState&)>& setup = {});
+  void stop();
+  bool running() const { return server_ != nullptr; }
+  const std::string& dir() const { return dir_; }
+  const std::string& error() const { return error_; }
+
+  // refdriver::DriverSink, called on the server's thread.
+  void notify(uint32_t code, uint64_t argument) override;
+  void log(std::string_view) override {}
+
+ private:
+  std::string dir_;
+  std::string error_;
+  std::unique_ptr<refdriver::DriverState> state_;
+  std::unique_ptr<refdriver::RequestHandler> handler_;
+  std::unique_ptr<refdriver::TransportServer> server_;
+  std::thread thread_;
+};
+
+}  // namespace cx::test
