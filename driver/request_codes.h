@@ -40,4 +40,6 @@ inline constexpr uint32_t GetMenuNames = 31;
 inline constexpr uint32_t ExecuteMenuItems = 32;
 inline constexpr uint32_t SetAbsoluteMouse = 33;
 
+inline constexpr uint32_t count = 34;
+
 }  // namespace cx::request_code
