@@ -20,7 +20,11 @@ Clock* g_clock = &g_system_clock;
 
 }  // namespace
 
-Clock& clock() { return *g_clock; }
-void set_clock(Clock* c) { g_clock = c ? c : &g_system_clock; }
+Clock& clock() {
+  return *g_clock;
+}
+void set_clock(Clock* c) {
+  g_clock = c ? c : &g_system_clock;
+}
 
 }  // namespace cx::platform

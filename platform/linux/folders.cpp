@@ -10,7 +10,9 @@ std::string env_or(const char* name, std::string fallback) {
   return v && *v ? std::string(v) : std::move(fallback);
 }
 
-std::string home() { return env_or("HOME", "/tmp"); }
+std::string home() {
+  return env_or("HOME", "/tmp");
+}
 
 std::string trimmed(std::string p) {
   while (p.size() > 1 && p.back() == '/') p.pop_back();
