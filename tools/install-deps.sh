@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ clang pkg-config
+  cmake ninja-build g++ clang pkg-config python3
   libgtest-dev libgmock-dev libbenchmark-dev
   libplist-dev libglib2.0-dev
 )
