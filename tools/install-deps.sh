@@ -6,7 +6,9 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ clang pkg-config python3
   libgtest-dev libgmock-dev libbenchmark-dev
-  libplist-dev libglib2.0-dev
+  libplist-dev libglib2.0-dev libglib2.0-bin
+  libxcb1-dev libxcb-ewmh-dev gettext
+  dbus-daemon xvfb
 )
 
 missing=()

@@ -1,0 +1,89 @@
+// The Process Manager's view of running applications: the front process,
+// the process list and each process's name, signature, type and mode.
+// A process serial number here is { 0, Unix process ID }, the same number the
+// Apple-event transport gives a process on the bus.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+// ProcessSerialNumber, OSType, OSErr and the Process Manager's results
+// (noErr, paramErr, procNotFound) are shared with the Apple-event model.
+#include "platform/apple_events.h"
+
+namespace cx::platform {
+
+// Starts a walk of the process list; GetNextProcess ends with it too.
+inline constexpr ProcessSerialNumber kNoProcess{0, 0};
+
+inline constexpr OSType kApplicationType = fourcc("APPL");
+inline constexpr OSType kUnknownSignature = fourcc("????");  // no creator code
+
+// Process mode flags.
+inline constexpr uint32_t kModeOnlyBackground = 0x400;      // no windows of its own
+inline constexpr uint32_t kModeHighLevelEventAware = 0x80;  // takes Apple events
+
+struct ProcessInfo {
+  ProcessSerialNumber psn;
+  std::array<unsigned char, 256> name;  // Pascal string: length byte, then up to 255 bytes
+  OSType type;
+  OSType signature;
+  uint32_t mode;
+  pid_t pid;
+};
+
+class Processes {
+ public:
+  virtual ~Processes() = default;
+  virtual OSErr front_process(ProcessSerialNumber& psn) = 0;
+  virtual OSErr process_information(const ProcessSerialNumber& psn, ProcessInfo& info) = 0;
+  // The process after `psn` in the list (the first after kNoProcess). At the
+  // end: procNotFound and `psn` set to kNoProcess.
+  virtual OSErr next_process(ProcessSerialNumber& psn) = 0;
+  virtual OSErr set_front_process(const ProcessSerialNumber& psn) = 0;
+};
+
+// The process-wide service: the desktop's, unless a test installed another.
+Processes& processes();
+// Installs `p` (not owned; null restores the desktop's).
+void set_processes(Processes* p);
+
+// Processes that take part in Apple events and the signatures they own. The
+// Apple-event service fills this in; without it every application has the
+// signature '????'. It is asked on every process-information call, several
+// times a second, so it must answer from memory.
+struct SignedProcess {
+  OSType signature;
+  pid_t pid;
+};
+
+class SignatureDirectory {
+ public:
+  virtual ~SignatureDirectory() = default;
+  // Every participant, in a stable order (a process with several signatures
+  // appears once per signature; the first one counts).
+  virtual void participants(std::vector<SignedProcess>& out) = 0;
+};
+
+// Installs `d` (not owned; null removes it).
+void set_signature_directory(SignatureDirectory* d);
+SignatureDirectory* signature_directory();
+
+// The Process Manager names, over processes().
+inline OSErr GetFrontProcess(ProcessSerialNumber* psn) {
+  return processes().front_process(*psn);
+}
+inline OSErr GetProcessInformation(const ProcessSerialNumber* psn, ProcessInfo* info) {
+  return processes().process_information(*psn, *info);
+}
+inline OSErr GetNextProcess(ProcessSerialNumber* psn) {
+  return processes().next_process(*psn);
+}
+inline OSErr SetFrontProcess(const ProcessSerialNumber* psn) {
+  return processes().set_front_process(*psn);
+}
+
+}  // namespace cx::platform

@@ -1,0 +1,307 @@
+// Apple events between real processes on a private session bus: the fake
+// agent serves the agent's suite, corvexctl and gdbus call drive it.
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "platform/apple_events.h"
+#include "platform/processes.h"
+#include "tests/platform/ae_test_process.h"
+
+namespace cx::platform {
+namespace {
+
+using testing::BackgroundProcess;
+using testing::CommandResult;
+using testing::run_command;
+
+constexpr OSType kAgent = fourcc("VCVX");
+constexpr OSType kControlPanel = fourcc("VCXT");
+constexpr OSType kTestSuite = fourcc("cxts");
+
+class PrivateBusEnvironment : public ::testing::Environment {
+ public:
+  void SetUp() override { ASSERT_TRUE(testing::start_private_bus()) << "dbus-daemon"; }
+  void TearDown() override { testing::stop_private_bus(); }
+};
+const auto* const bus_environment = ::testing::AddGlobalTestEnvironment(new PrivateBusEnvironment);
+
+CommandResult corvexctl(std::vector<std::string> args) {
+  args.insert(args.begin(), CX_CORVEXCTL);
+  return run_command(args);
+}
+
+// gdbus call to the agent's Dispatch, the reply as gdbus prints it.
+CommandResult gdbus_dispatch(const std::string& event_class, const std::string& event_id,
+                             const std::string& params) {
+  return run_command({"gdbus", "call", "--session", "--dest", "com.velcorra.corvex.sig.S56435658",
+                      "--object-path", "/com/velcorra/corvex/AppleEvents", "--method",
+                      "com.velcorra.corvex.AppleEvents.Dispatch", event_class, event_id, params});
+}
+
+// Waits until `signature` is served by process `pid`.
+bool wait_for_participant(OSType signature, pid_t pid) {
+  for (int i = 0; i < 500; ++i) {
+    ProcessSerialNumber psn{};
+    if (apple_events().find_process_by_signature(signature, psn) == noErr &&
+        psn.lowLongOfPSN == static_cast<uint32_t>(pid)) {
+      return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+std::unique_ptr<BackgroundProcess> start_fake(const char* signature = "VCVX") {
+  auto fake =
+      std::make_unique<BackgroundProcess>(std::vector<std::string>{CX_AE_FAKE_AGENT, signature});
+  EXPECT_TRUE(fake->wait_for_output("ready\n"));
+  return fake;
+}
+
+AppleEvent to_agent(OSType event_class, const char (&id)[5]) {
+  return AppleEvent(event_class, fourcc(id), make_signature_desc(kAgent));
+}
+
+TEST(AppleEventBus, CorvexctlQueriesTheAgent) {
+  const auto fake = start_fake();
+  CommandResult status = corvexctl({"status"});
+  EXPECT_EQ(status.exit_status, 0) << status.err;
+  EXPECT_EQ(status.out, "active\n");
+  CommandResult save = corvexctl({"save"});
+  EXPECT_EQ(save.exit_status, 0) << save.err;
+  EXPECT_EQ(save.out, "save result: 0\n");
+
+  CommandResult info = corvexctl({"mouse-info"});
+  EXPECT_EQ(info.exit_status, 0) << info.err;
+  EXPECT_EQ(
+      info.out,
+      "size: 180\nversion: 0x0300\nrevision: 1\ndevices: 2\ndescriptors: 5\n"
+      "device 1:\n  UniqueID: 0x00c0ffee\n  capabilities: 0x00000605 (5 buttons, ring, wheel)\n"
+      "  DevType: 1\n  DevKind: 2\n  WirelessBatteryID: 3\n  MoveMultiplier: 4\n"
+      "  AccelerationTableIndex: 5\n  NumPresets: 6\n  FirstPreset: 7\n"
+      "device 2:\n  UniqueID: 0x12345678\n"
+      "  capabilities: 0x00001d03 (3 buttons, wireless, wheel, pan wheel, wheel reversed)\n"
+      "  DevType: 11\n  DevKind: 12\n  WirelessBatteryID: 13\n  MoveMultiplier: 14\n"
+      "  AccelerationTableIndex: 15\n  NumPresets: 16\n  FirstPreset: 17\n");
+  EXPECT_EQ(fake->output(), "ready\ngbac reply=aevt\nwprf reply=aevt\nminf reply=aevt\n");
+}
+
+TEST(AppleEventBus, CorvexctlCommandsCarryTheirData) {
+  const auto fake = start_fake();
+  for (const char* what : {"buttons", "acceleration"}) {
+    CommandResult restore = corvexctl({"restore", what});
+    EXPECT_EQ(restore.exit_status, 0) << restore.err;
+    EXPECT_EQ(restore.out, "restore result: 0\n");
+  }
+  EXPECT_EQ(corvexctl({"menu-extra", "show"}).exit_status, 0);
+  EXPECT_EQ(corvexctl({"menu-extra", "hide"}).exit_status, 0);
+  EXPECT_EQ(corvexctl({"restore", "everything"}).exit_status, 2);
+  EXPECT_EQ(corvexctl({"menu-extra"}).exit_status, 2);
+  EXPECT_EQ(corvexctl({"quit"}).exit_status, 0);
+  EXPECT_EQ(fake->wait_exit(), 0);
+  EXPECT_EQ(fake->output(),
+            "ready\nrdpf 1 reply=aevt\nrdpf 2 reply=aevt\nmnex 1 reply=aevt\n"
+            "mnex 0 reply=aevt\nquit\n");
+}
+
+TEST(AppleEventBus, GdbusCallSpeaksTheWireForm) {
+  const auto fake = start_fake();
+  // gbac: reply '----' 'shor' 1.
+  CommandResult gbac = gdbus_dispatch("0x63787678", "0x67626163", "[]");
+  EXPECT_EQ(gbac.out, "([(uint32 757935405, uint32 1936224114, [byte 0x00, 0x01])],)\n")
+      << gbac.err;
+  // mnex with 'data' 'shor' 1.
+  gdbus_dispatch("0x63787678", "0x6d6e6578", "[(0x64617461, 0x73686f72, [0x00, 0x01])]");
+  // Parameters come back in order; refc is the handler's refcon 0x1234.
+  CommandResult echo = gdbus_dispatch("0x63787473", "0x6563686f",
+                                      "[(0x62746e69, 0x54455854, [0x03]), "
+                                      "(0x64617461, 0x6c6f6e67, [0, 0, 1, 0])]");
+  EXPECT_EQ(echo.out,
+            "([(uint32 1651797609, uint32 1413830740, [byte 0x03]), "
+            "(1684108385, 1819242087, [0x00, 0x00, 0x01, 0x00]), "
+            "(1919247971, 1819242087, [0x00, 0x00, 0x12, 0x34]), "
+            "(1936287598, 1936287598, [0x56, 0x43, 0x56, 0x58])],)\n")
+      << echo.err;
+  // Nobody handles cxvx/none: errn -1708, never a D-Bus error.
+  CommandResult unhandled = gdbus_dispatch("0x63787678", "0x6e6f6e65", "[]");
+  EXPECT_EQ(unhandled.exit_status, 0);
+  EXPECT_EQ(unhandled.out,
+            "([(uint32 1701999214, uint32 1819242087, [byte 0xff, 0xff, 0xf9, 0x54])],)\n");
+  EXPECT_EQ(fake->output(), "ready\ngbac reply=aevt\nmnex 1 reply=aevt\n");
+}
+
+TEST(AppleEventBus, NoReplySendsReachHandlersWithANullReply) {
+  const auto fake = start_fake();
+  AppleEvent mnex = to_agent(fourcc("cxvx"), "mnex");
+  mnex.put_shor(fourcc("data"), 1);
+  EXPECT_EQ(apple_events().send(mnex, nullptr, AESendMode::no_reply), noErr);
+  // minf without a reply: its handler sees null and its -1701 goes nowhere.
+  EXPECT_EQ(apple_events().send(to_agent(fourcc("cxvx"), "minf"), nullptr, AESendMode::no_reply),
+            noErr);
+  ASSERT_TRUE(fake->wait_for_output("minf reply=null\n"));
+  EXPECT_EQ(fake->output(), "ready\nmnex 1 reply=null\nminf reply=null\n");
+}
+
+TEST(AppleEventBus, HandlerErrorsAndExceptionsComeBackAsErrn) {
+  const auto fake = start_fake();
+  AppleEvent fail = to_agent(kTestSuite, "fail");
+  fail.put_shor(fourcc("data"), -43);
+  AppleEvent reply;
+  ASSERT_EQ(apple_events().send(fail, &reply, AESendMode::wait_reply), noErr);
+  EXPECT_EQ(reply.parameters(),
+            (std::vector<AppleEvent::Parameter>{{keyErrorNumber, make_long_desc(-43)}}));
+  ASSERT_EQ(apple_events().send(to_agent(kTestSuite, "thrw"), &reply, AESendMode::wait_reply),
+            noErr);
+  int32_t err = 0;
+  EXPECT_EQ(reply.get_long(keyErrorNumber, err), noErr);
+  EXPECT_EQ(err, errAEEventFailed);
+  EXPECT_EQ(fake->output(), "ready\nfake thrw - Exception occurred\n");
+}
+
+TEST(AppleEventBus, MissingTargetIsProcNotFound) {
+  ProcessSerialNumber psn{1, 1};
+  EXPECT_EQ(apple_events().find_process_by_signature(kAgent, psn), procNotFound);
+  EXPECT_EQ(psn, ProcessSerialNumber{});
+  AppleEvent gbac = to_agent(fourcc("cxvx"), "gbac");
+  AppleEvent reply;
+  EXPECT_EQ(apple_events().send(gbac, &reply, AESendMode::wait_reply), procNotFound);
+  EXPECT_EQ(apple_events().send(gbac, nullptr, AESendMode::no_reply), procNotFound);
+  // A process that takes no part in Apple events (this one) has no serial number to address.
+  AppleEvent to_self(fourcc("cxvx"), fourcc("gbac"),
+                     make_psn_desc({0, static_cast<uint32_t>(getpid())}));
+  EXPECT_EQ(apple_events().send(to_self, &reply, AESendMode::wait_reply), procNotFound);
+
+  CommandResult status = corvexctl({"status"});
+  EXPECT_EQ(status.exit_status, 1);
+  EXPECT_EQ(status.out, "");
+  EXPECT_EQ(status.err, "corvexctl: the agent (VCVX) is not running (-600)\n");
+}
+
+TEST(AppleEventBus, TargetVanishingMidCallIsConnectionInvalid) {
+  const auto fake = start_fake();
+  AppleEvent reply;
+  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "die!"), &reply, AESendMode::wait_reply),
+            connectionInvalid);
+}
+
+TEST(AppleEventBus, SlowHandlerTimesOut) {
+  const auto fake = start_fake();
+  AppleEvent reply;
+  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "slow"), &reply, AESendMode::wait_reply, 30),
+            errAETimeout);
+}
+
+TEST(AppleEventBus, PsnTargetsReachTheProcessWithThatPid) {
+  const auto agent = start_fake("VCVX");
+  const auto host = start_fake("sprf");
+  ASSERT_TRUE(wait_for_participant(kAgent, agent->pid()));
+  ASSERT_TRUE(wait_for_participant(fourcc("sprf"), host->pid()));
+  for (const auto& [signature, pid] :
+       {std::pair{kAgent, agent->pid()}, std::pair{fourcc("sprf"), host->pid()}}) {
+    ProcessSerialNumber psn{};
+    ASSERT_EQ(apple_events().find_process_by_signature(signature, psn), noErr);
+    EXPECT_EQ(psn, (ProcessSerialNumber{0, static_cast<uint32_t>(pid)}));
+    AppleEvent echo(kTestSuite, fourcc("echo"), make_psn_desc(psn));
+    AppleEvent reply;
+    ASSERT_EQ(apple_events().send(echo, &reply, AESendMode::wait_reply), noErr);
+    ASSERT_NE(reply.find_param(fourcc("sign")), nullptr);
+    EXPECT_EQ(*reply.find_param(fourcc("sign")), make_signature_desc(signature));
+  }
+}
+
+// Runs the main loop until the directory lists exactly `expected`; false after five seconds.
+bool directory_becomes(const std::vector<std::pair<OSType, pid_t>>& expected) {
+  std::vector<SignedProcess> listed;
+  for (int i = 0; i < 500; ++i) {
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+    participant_directory().participants(listed);
+    std::vector<std::pair<OSType, pid_t>> pairs;
+    for (const SignedProcess& p : listed) pairs.emplace_back(p.signature, p.pid);
+    if (pairs == expected) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+TEST(AppleEventBus, ParticipantDirectoryFollowsTheBus) {
+  auto agent = start_fake("VCVX");
+  EXPECT_TRUE(directory_becomes({{kAgent, agent->pid()}}));
+  const auto host = start_fake("sprf");
+  EXPECT_TRUE(directory_becomes({{kAgent, agent->pid()}, {fourcc("sprf"), host->pid()}}));
+  agent.reset();
+  EXPECT_TRUE(directory_becomes({{fourcc("sprf"), host->pid()}}));
+}
+
+// Starts `corvexctl monitor ARGS`, sends the four notifications, returns the bdac answer.
+int16_t run_monitor_session(const std::vector<std::string>& args, std::string& printed) {
+  std::vector<std::string> argv{CX_CORVEXCTL, "monitor"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  BackgroundProcess monitor(argv);
+  EXPECT_TRUE(wait_for_participant(kControlPanel, monitor.pid()));
+  for (const OSType id : {fourcc("UPDt"), fourcc("cord"), fourcc("bact")}) {
+    AppleEvent note(fourcc("cxvx"), id, make_signature_desc(kControlPanel));
+    EXPECT_EQ(apple_events().send(note, nullptr, AESendMode::no_reply, kNoTimeOut), noErr);
+  }
+  AppleEvent bdac(fourcc("cxvx"), fourcc("bdac"), make_signature_desc(kControlPanel));
+  AppleEvent reply;
+  int16_t answer = -1;
+  EXPECT_EQ(apple_events().send(bdac, &reply, AESendMode::wait_reply, kNoTimeOut), noErr);
+  EXPECT_EQ(reply.get_shor(keyDirectObject, answer), noErr);
+  EXPECT_EQ(monitor.terminate(), 0);
+  printed = monitor.output();
+  return answer;
+}
+
+// Each line without its "YYYY-MM-DD HH:MM:SS.mmm " stamp; a line without one is marked.
+std::string without_stamps(const std::string& printed) {
+  constexpr std::string_view mask = "dddd-dd-dd dd:dd:dd.ddd ";
+  std::string rest;
+  size_t start = 0;
+  for (size_t end; (end = printed.find('\n', start)) != std::string::npos; start = end + 1) {
+    const std::string_view line(printed.data() + start, end - start);
+    bool stamped = line.size() > mask.size();
+    for (size_t i = 0; stamped && i < mask.size(); ++i)
+      stamped = mask[i] == 'd' ? std::isdigit(static_cast<unsigned char>(line[i])) != 0
+                               : line[i] == mask[i];
+    rest += stamped ? std::string(line.substr(mask.size())) : "<no stamp> " + std::string(line);
+    rest += '\n';
+  }
+  return rest + printed.substr(start);
+}
+
+TEST(AppleEventBus, MonitorPrintsNotificationsAndAnswersBdac) {
+  std::string printed;
+  EXPECT_EQ(run_monitor_session({"--save"}, printed), 1);
+  EXPECT_EQ(without_stamps(printed),
+            "monitoring as VCXT; bdac will be answered 1 (save)\n"
+            "UPDt: the attached mice changed\n"
+            "cord: a chord was pressed\n"
+            "bact: the agent is active in this session\n"
+            "bdac: the agent is deactivating; answered 1 (save)\n");
+  EXPECT_EQ(run_monitor_session({"--no-save"}, printed), 0);
+  EXPECT_NE(
+      without_stamps(printed).find("\nbdac: the agent is deactivating; answered 0 (do not save)\n"),
+      std::string::npos);
+  EXPECT_EQ(run_monitor_session({}, printed), 0);
+}
+
+TEST(AppleEventBus, SecondMonitorFindsTheSignatureTaken) {
+  BackgroundProcess first({CX_CORVEXCTL, "monitor"});
+  ASSERT_TRUE(wait_for_participant(kControlPanel, first.pid()));
+  CommandResult second = corvexctl({"monitor", "--save"});
+  EXPECT_EQ(second.exit_status, 3);
+  EXPECT_EQ(second.err, "corvexctl: another control panel (VCXT) is already running\n");
+}
+
+}  // namespace
+}  // namespace cx::platform
