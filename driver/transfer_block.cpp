@@ -1,5 +1,9 @@
 #include "driver/transfer_block.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -12,19 +16,35 @@ namespace {
 constexpr uint16_t kChecksumSeed = 0x4321;
 constexpr uint16_t kChecksumMask = 0x7FFF;
 
-// Only the low 15 bits of the sum matter, so 16-bit lanes may wrap freely.
-// One vector's worth of independent lanes lets the compiler vectorise.
+// Only the low 15 bits of the sum matter, so the sum may wrap freely. Every
+// request and reply is summed at least twice, so this is the hot loop of the
+// driver link: SSE2 (part of every x86-64) sums 16 bytes per instruction.
 uint32_t sum_bytes(const uint8_t* p, size_t n) {
+  size_t i = 0;
+  uint64_t sum = 0;
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  __m128i acc0 = zero;
+  __m128i acc1 = zero;
+  for (; i + 32 <= n; i += 32) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i + 16));
+    acc0 = _mm_add_epi64(acc0, _mm_sad_epu8(a, zero));
+    acc1 = _mm_add_epi64(acc1, _mm_sad_epu8(b, zero));
+  }
+  alignas(16) uint64_t lanes[2];
+  _mm_store_si128(reinterpret_cast<__m128i*>(lanes), _mm_add_epi64(acc0, acc1));
+  sum = lanes[0] + lanes[1];
+#else
   constexpr size_t kLanes = 16;
   uint16_t lanes[kLanes] = {};
-  size_t i = 0;
   for (; i + kLanes <= n; i += kLanes) {
     for (size_t j = 0; j < kLanes; ++j) lanes[j] = static_cast<uint16_t>(lanes[j] + p[i + j]);
   }
-  uint32_t sum = 0;
   for (uint16_t lane : lanes) sum += lane;
+#endif
   for (; i < n; ++i) sum += p[i];
-  return sum;
+  return static_cast<uint32_t>(sum);
 }
 
 template <typename T>
