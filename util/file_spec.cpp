@@ -21,28 +21,28 @@ bool known_folder(const sfilepath* path) {
 
 }  // namespace
 
-bool make_fsspec(const char* name, const sfilepath* path, FSSpec* spec) {
-  if (!spec || !valid_file_name(name) || std::strlen(name) > kMaxSpecName || !known_folder(path)) {
+bool make_fsspec(const char* name, const sfilepath* path, FSSpec* fss) {
+  if (!fss || !valid_file_name(name) || std::strlen(name) > kMaxSpecName || !known_folder(path)) {
     return false;
   }
-  spec->vRefNum = path->vRefNum;
-  spec->parID = path->dirID;
-  std::memset(spec->name, 0, sizeof spec->name);
-  cstr_to_pstr(spec->name, name);
+  fss->vRefNum = path->vRefNum;
+  fss->parID = path->dirID;
+  std::memset(fss->name, 0, sizeof fss->name);
+  cstr_to_pstr(fss->name, name);
   return true;
 }
 
-bool get_fss_filepath(const FSSpec* spec, sfilepath* path) {
-  if (!spec || !path) return false;
-  const sfilepath folder{spec->vRefNum, spec->parID, 0};
+bool get_fss_filepath(const FSSpec* fss, sfilepath* path) {
+  if (!fss || !path) return false;
+  const sfilepath folder{fss->vRefNum, fss->parID, 0};
   if (!known_folder(&folder)) return false;
   *path = folder;
   return true;
 }
 
-bool get_fss_name(const FSSpec* spec, char* name) {
-  if (!spec || !name || spec->name[0] > kMaxSpecName) return false;
-  pstr_to_cstr(name, spec->name);
+bool get_fss_name(const FSSpec* fss, char* name) {
+  if (!fss || !name || fss->name[0] > kMaxSpecName) return false;
+  pstr_to_cstr(name, fss->name);
   return true;
 }
 

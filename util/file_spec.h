@@ -19,10 +19,10 @@ struct FSSpec {
 constexpr std::size_t kFSSpecNameSize = 64;
 
 // The file need not exist, but its folder must.
-bool make_fsspec(const char* name, const sfilepath* path, FSSpec* spec);
+bool make_fsspec(const char* name, const sfilepath* path, FSSpec* fss);
 // The folder of the specification, sysFolder 0.
-bool get_fss_filepath(const FSSpec* spec, sfilepath* path);
+bool get_fss_filepath(const FSSpec* fss, sfilepath* path);
 // The name as a C string into kFSSpecNameSize bytes.
-bool get_fss_name(const FSSpec* spec, char* name);
+bool get_fss_name(const FSSpec* fss, char* name);
 
 }  // namespace cx
