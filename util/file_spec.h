@@ -1,4 +1,4 @@
-// The File Manager's file specification: volume, parent directory and a
+// The File Manager's FSSpec record: volume, parent directory and a
 // name of up to 63 bytes as a Pascal string.
 #pragma once
 
@@ -20,7 +20,7 @@ constexpr std::size_t kFSSpecNameSize = 64;
 
 // The file need not exist, but its folder must.
 bool make_fsspec(const char* name, const sfilepath* path, FSSpec* fss);
-// The folder of the specification, sysFolder 0.
+// The folder an FSSpec names, sysFolder 0.
 bool get_fss_filepath(const FSSpec* fss, sfilepath* path);
 // The name as a C string into kFSSpecNameSize bytes.
 bool get_fss_name(const FSSpec* fss, char* name);
