@@ -4,13 +4,16 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
 #include "diag/diag_config.h"
 #include "diag/diag_log_file.h"
 #include "diag/diag_state.h"
+#include "diag/diag_timestamp.h"
 #include "diag/diag_writers.h"
+#include "platform/clock.h"
 #include "tests/diag/temp_dir.h"
 
 namespace cx {
@@ -24,13 +27,11 @@ class DiagLogTest : public ::testing::Test {
  protected:
   void SetUp() override {
     diag_reset_state();
-    log_ = dir_.file("log.txt");
-    use_log(log_, 0);
+    use_log(0);
   }
   void TearDown() override { diag_reset_state(); }
-
-  void use_log(const std::string& path, int append) {
-    cc_diag_set_window_info("Title", path.c_str(), 100, 300, 700, 300, 500, 0, append);
+  void use_log(int append) {
+    cc_diag_set_window_info("Title", log_.c_str(), 100, 300, 700, 300, 500, 0, append);
   }
   std::string log() {
     close_diagnostic_window();
@@ -38,17 +39,14 @@ class DiagLogTest : public ::testing::Test {
   }
 
   test::TempDir dir_;
-  std::string log_;
+  std::string log_ = dir_.file("log.txt");
 };
 
-TEST_F(DiagLogTest, DefaultsWriteOnlyRepairNotes) {
+TEST_F(DiagLogTest, DisplayLevelFiltersCategoriesAndLevels) {
+  // Defaults: only repair notes.
   diag_line("banner", kBanner);
   diag_line("trace", kTrace);
   diag_line("repair", kRepair);
-  EXPECT_EQ(log(), "repair\r\n");
-}
-
-TEST_F(DiagLogTest, DisplayLevelSelectsCategoriesAndLevels) {
   cc_diag_set_display_level(0x3ffff);
   diag_line("banner", kBanner);
   diag_line("trace", kTrace);
@@ -56,66 +54,47 @@ TEST_F(DiagLogTest, DisplayLevelSelectsCategoriesAndLevels) {
   diag_line("banner2", kBanner);
   diag_line("trace2", kTrace);
   diag_line("category1 level0", 0x10000);
-  diag_line("repair", kRepair);
-  EXPECT_EQ(log(), "banner\r\ntrace\r\ncategory1 level0\r\nrepair\r\n");
+  diag_line(nullptr, kRepair);
+  diag_3line(nullptr, nullptr, nullptr, kRepair);
+  diag_3line("a", nullptr, "c", kRepair);
+  EXPECT_EQ(log(), "repair\r\nbanner\r\ntrace\r\ncategory1 level0\r\nac\r\n");
   EXPECT_EQ(is_cc_displevel(0x1fffe), 1);
   EXPECT_EQ(is_cc_displevel(0x2fffe), 0);
 }
 
-TEST_F(DiagLogTest, NullTextWritesNothing) {
-  diag_line(nullptr, kRepair);
-  diag_3line(nullptr, nullptr, nullptr, kRepair);
-  diag_3line("a", nullptr, "c", kRepair);
-  EXPECT_EQ(log(), "ac\r\n");
-}
-
-struct SplitCase {
-  const char* name;
-  std::string text;
-  std::string file;
-};
-
-class DiagSplitTest : public DiagLogTest, public ::testing::WithParamInterface<SplitCase> {};
-
-TEST_P(DiagSplitTest, LinesEndInCrLf) {
-  diag_line(GetParam().text.c_str(), kRepair);
-  EXPECT_EQ(log(), GetParam().file);
-}
-
-INSTANTIATE_TEST_SUITE_P(Splitting, DiagSplitTest,
-                         ::testing::Values(SplitCase{"CrLf", "a\r\nb", "a\r\nb\r\n"},
-                                           SplitCase{"LfCr", "a\n\rb", "a\r\nb\r\n"},
-                                           SplitCase{"LfLf", "a\n\nb", "a\r\nb\r\n"},
-                                           SplitCase{"LfLfLf", "a\n\n\nb", "a\r\n\r\nb\r\n"},
-                                           SplitCase{"CrCrCrCr", "a\r\r\r\rb", "a\r\n\r\nb\r\n"},
-                                           SplitCase{"LeadingLf", "\nb", "\r\nb\r\n"},
-                                           SplitCase{"TrailingLf", "a\n", "a\r\n"},
-                                           SplitCase{"Empty", "", ""}),
-                         [](const auto& test_case) { return std::string(test_case.param.name); });
-
-TEST_F(DiagLogTest, OverlongLineIsCutIntoBufferSizedLines) {
-  std::string text;
-  for (int i = 0; i < 2500; ++i) text += static_cast<char>('a' + i % 26);
-  diag_line(text.c_str(), kRepair);
-  EXPECT_EQ(log(), text.substr(0, 1024) + "\r\n" + text.substr(1024, 1024) + "\r\n" +
-                       text.substr(2048) + "\r\n");
-}
-
-TEST_F(DiagLogTest, EmptyTextDoesNotCreateTheFile) {
+TEST_F(DiagLogTest, LineSplittingEndsEveryLineInCrLf) {
+  std::string long_text;
+  for (int i = 0; i < 2500; ++i) long_text += static_cast<char>('a' + i % 26);
+  const struct {
+    std::string text, file;
+  } cases[] = {{"a\r\nb", "a\r\nb\r\n"},
+               {"a\n\rb", "a\r\nb\r\n"},
+               {"a\n\nb", "a\r\nb\r\n"},
+               {"a\n\n\nb", "a\r\n\r\nb\r\n"},
+               {"a\r\r\r\rb", "a\r\n\r\nb\r\n"},
+               {"\nb", "\r\nb\r\n"},
+               {"a\n", "a\r\n"},
+               {long_text, long_text.substr(0, 1024) + "\r\n" + long_text.substr(1024, 1024) +
+                               "\r\n" + long_text.substr(2048) + "\r\n"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.text.substr(0, 10)));
+    use_log(0);
+    std::filesystem::remove(log_);
+    diag_line(c.text.c_str(), kRepair);
+    EXPECT_EQ(log(), c.file);
+  }
+  std::filesystem::remove(log_);
   diag_line("", kRepair);
   close_diagnostic_window();
-  EXPECT_FALSE(std::filesystem::exists(log_));
+  EXPECT_FALSE(std::filesystem::exists(log_)) << "empty text does not create the file";
 }
 
-TEST_F(DiagLogTest, WithoutAppendOverwritesFromTheStartWithoutTruncating) {
+TEST_F(DiagLogTest, OverwriteWithoutTruncatingOrAppendAcrossReopen) {
   test::write_all(log_, "0123456789ABCDEF\n");
   diag_line("xy", kRepair);
   EXPECT_EQ(log(), "xy\r\n456789ABCDEF\n");
-}
-
-TEST_F(DiagLogTest, AppendKeepsOldContentAndReopensAfterClose) {
   test::write_all(log_, "old\r\n");
-  use_log(log_, 1);
+  use_log(1);
   diag_line("one", kRepair);
   close_diagnostic_window();
   diag_line("two", kRepair);
@@ -131,27 +110,19 @@ TEST_F(DiagLogTest, MacSharedFolderMapsToTheSharedDirectory) {
   EXPECT_EQ(test::read_all(dir_.file("CXBkgnd_Diags.txt")), "shared\r\n");
 }
 
-TEST_F(DiagLogTest, SymbolicLinkAtLogPathIsRefusedUntilRemoved) {
+TEST_F(DiagLogTest, OnlyARegularFileIsWritten) {
   const std::string target = dir_.file("target.txt");
   test::write_all(target, "keep");
   std::filesystem::create_symlink(target, log_);
   diag_line("refused", kRepair);
   EXPECT_EQ(diaginfo.file_open, 0);
   EXPECT_EQ(test::read_all(target), "keep");
-  // The next line tries again.
   std::filesystem::remove(log_);
-  diag_line("later", kRepair);
-  EXPECT_EQ(log(), "later\r\n");
-}
-
-TEST_F(DiagLogTest, DirectoryAtLogPathIsRefused) {
   std::filesystem::create_directory(log_);
   diag_line("refused", kRepair);
   EXPECT_EQ(diaginfo.file_open, 0);
   EXPECT_TRUE(std::filesystem::is_empty(log_));
-}
-
-TEST_F(DiagLogTest, FifoAtLogPathIsRefused) {
+  std::filesystem::remove(log_);
   ASSERT_EQ(::mkfifo(log_.c_str(), 0600), 0);
   const int reader = ::open(log_.c_str(), O_RDONLY | O_NONBLOCK);
   ASSERT_GE(reader, 0);
@@ -160,9 +131,12 @@ TEST_F(DiagLogTest, FifoAtLogPathIsRefused) {
   char byte;
   EXPECT_LE(::read(reader, &byte, 1), 0);
   ::close(reader);
+  std::filesystem::remove(log_);
+  diag_line("later", kRepair);  // the next line tries again
+  EXPECT_EQ(log(), "later\r\n");
 }
 
-TEST_F(DiagLogTest, NumbersInBasesAndSigns) {
+TEST_F(DiagLogTest, NumbersRectanglesAndPrintf) {
   diag_value_base("ID 0x", 255, 16, " has been used more than once.  Correcting.", kRepair);
   diag_value(nullptr, -42, kRepair);
   diag_value("zero=", 0, kRepair);
@@ -171,25 +145,18 @@ TEST_F(DiagLogTest, NumbersInBasesAndSigns) {
   diag_value(nullptr, INT32_MIN, kRepair);
   diag_value_unsigned("u", 0xFFFFFFFFu, 2, nullptr, kRepair);
   diag_value_unsigned(nullptr, 0xFFFFFFFFu, 10, " max", kRepair);
-  EXPECT_EQ(log(),
-            "ID 0xFF has been used more than once.  Correcting.\r\n"
-            "-42\r\nzero=0\r\nb101\r\n-ZZ!\r\n-2147483648\r\n"
-            "u11111111111111111111111111111111\r\n4294967295 max\r\n");
-}
-
-TEST_F(DiagLogTest, Rectangle) {
   const cx_diag_rect r{{1, 2, 3, -4}};
   diag_rectangle("r=", &r, kRepair);
   diag_rectangle(nullptr, &r, kTrace);
-  EXPECT_EQ(log(), "r={ 1, 2, 3, -4 }\r\n");
-}
-
-TEST_F(DiagLogTest, PrintfCutsAt511AndUsesItsOwnLevel) {
-  diag_printf("%s", "filtered");
+  diag_printf("%s", "filtered");  // printf has its own level
   cc_diag_set_display_level(0x40ffff);
-  const std::string long_text(600, 'x');
-  diag_printf("%d:%s", 7, long_text.c_str());
-  EXPECT_EQ(log(), "7:" + long_text.substr(0, 509) + "\r\n");
+  diag_printf("%d:%s", 7, std::string(600, 'x').c_str());
+  EXPECT_EQ(log(),
+            "ID 0xFF has been used more than once.  Correcting.\r\n"
+            "-42\r\nzero=0\r\nb101\r\n-ZZ!\r\n-2147483648\r\n"
+            "u11111111111111111111111111111111\r\n4294967295 max\r\n"
+            "r={ 1, 2, 3, -4 }\r\n7:" +
+                std::string(509, 'x') + "\r\n");
 }
 
 TEST_F(DiagLogTest, WindowTextsAreCutTo255) {
@@ -198,10 +165,142 @@ TEST_F(DiagLogTest, WindowTextsAreCutTo255) {
   EXPECT_EQ(std::string(diaginfo.title), long_text.substr(0, 255));
   EXPECT_EQ(std::string(diaginfo.file_name), long_text.substr(0, 255));
   cc_diag_set_window_info(nullptr, nullptr, 6, 7, 8, 9, 10, 0, 0);
-  EXPECT_EQ(std::string(diaginfo.title), long_text.substr(0, 255));
-  EXPECT_EQ(diaginfo.x, 6);
+  EXPECT_EQ(std::string(diaginfo.title), long_text.substr(0, 255)) << "null keeps the old text";
   EXPECT_EQ(diaginfo.max_lines, 10);
-  EXPECT_EQ(diaginfo.append, 0);
+}
+
+class FakeClock final : public platform::Clock {
+ public:
+  bool time_of_day(platform::TimeOfDay& out) override {
+    out = now;
+    return ok;
+  }
+  platform::TimeOfDay now{0, 0};
+  bool ok = true;
+};
+
+class DiagTimeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    platform::set_clock(&clock_);
+    diag_reset_state();
+    cc_diag_set_window_info(nullptr, log_.c_str(), 0, 0, 0, 0, 0, 0, 0);
+  }
+  void TearDown() override {
+    diag_reset_state();
+    platform::set_clock(nullptr);
+    ::unsetenv("TZ");
+    ::tzset();
+  }
+  static void set_tz(const char* zone) {
+    ::setenv("TZ", zone, 1);
+    ::tzset();
+  }
+
+  FakeClock clock_;
+  test::TempDir dir_;
+  std::string log_ = dir_.file("log.txt");
+};
+
+TEST_F(DiagTimeTest, StampIsUserIdAndUtcTimeOfDayWithUnpaddedMicroseconds) {
+  std::string uid = std::to_string(getuid());  // at least three digits
+  uid = "(" + std::string(uid.size() < 3 ? 3 - uid.size() : 0, '0') + uid + ")";
+  set_tz("Asia/Kathmandu");  // local time must not matter
+  const struct {
+    platform::TimeOfDay now;
+    const char* text;
+  } cases[] = {{{3 * 86400 + 3 * 3600 + 4 * 60 + 5, 5123}, " 03:04:05.5123"},
+               {{86399, 0}, " 23:59:59.0"},
+               {{1700000000, 999999}, " 22:13:20.999999"}};
+  for (const auto& c : cases) {
+    clock_.now = c.now;
+    EXPECT_EQ(std::string(timestamp()), uid + c.text);
+  }
+  cc_diag_set_display_level(0x406000);
+  clock_.now = {3600, 42};
+  diag_printf("%s:Corvex Background: User Session Activated\n", timestamp());
+  close_diagnostic_window();
+  EXPECT_EQ(test::read_all(log_),
+            uid + " 01:00:00.42:Corvex Background: User Session Activated\r\n");
+  clock_.ok = false;
+  EXPECT_STREQ(timestamp(), "") << "unreadable clock";
+}
+
+TEST_F(DiagTimeTest, DateAndTimeItemUsesLocalShortFormats) {
+  set_tz("UTC");
+  clock_.now = {86400 + 3 * 3600 + 4 * 60 + 5, 0};
+  diag_timestamp(0xFFFF0000);
+  diag_timestamp(0x20000);
+  clock_.ok = false;
+  diag_timestamp(0xFFFF0000);  // an empty stamp is an empty text: no line
+  close_diagnostic_window();
+  EXPECT_EQ(test::read_all(log_), "01/02/70 -- 03:04:05\r\n");
+}
+
+constexpr char kDomain[] = "com.velcorra.corvex.background.diags";
+
+class DiagReadInfoTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ::setenv("XDG_CONFIG_HOME", dir_.path().c_str(), 1);
+    ::setenv("CORVEX_MACHINE_ID", "testhost", 1);
+    diag_reset_state();
+  }
+  void TearDown() override {
+    ::unsetenv("XDG_CONFIG_HOME");
+    ::unsetenv("CORVEX_MACHINE_ID");
+    diag_reset_state();
+  }
+  // Writes the current user's current-host file with the given dictionary body and reads it.
+  void read_info(const std::string& body, const std::string& file = "ByHost/") {
+    const std::string name = file == "ByHost/" ? file + kDomain + ".testhost" : file + kDomain;
+    test::write_all(
+        dir_.file("corvex/Preferences/" + name + ".plist"),
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n" + body +
+            "</dict>\n</plist>\n");
+    cc_diag_read_info(kDomain);
+  }
+
+  test::TempDir dir_;
+};
+
+TEST_F(DiagReadInfoTest, AppliesOnlyValuesOfTheExpectedType) {
+  read_info(
+      "<key>Displevel</key><integer>262143</integer><key>ShowWindow</key><string>yes</string>"
+      "<key>Append</key><true/><key>Title</key><string>Diags</string>"
+      "<key>Filename</key><string>/tmp/d.txt</string><key>X</key><real>7.9</real>"
+      "<key>Y</key><string>5</string><key>Width</key><integer>640</integer>"
+      "<key>MaxLines</key><false/>");
+  EXPECT_EQ(diaginfo.category_mask, 0x3);
+  EXPECT_EQ(diaginfo.level, 0xffff);
+  EXPECT_EQ(diaginfo.show_window, 0);
+  EXPECT_EQ(diaginfo.append, 1);
+  EXPECT_STREQ(diaginfo.title, "Diags");
+  EXPECT_STREQ(diaginfo.file_name, "/tmp/d.txt");
+  EXPECT_EQ(diaginfo.x, 7);
+  EXPECT_EQ(diaginfo.y, 50);
+  EXPECT_EQ(diaginfo.width, 640);
+  EXPECT_EQ(diaginfo.max_lines, 500);
+}
+
+TEST_F(DiagReadInfoTest, DisplayLevelAboveInt32WrapsToItsLowBits) {
+  read_info("<key>Displevel</key><integer>4294901760</integer><key>ShowWindow</key><true/>");
+  EXPECT_EQ(diaginfo.category_mask, 0xffff);
+  EXPECT_EQ(diaginfo.level, 0);
+  EXPECT_EQ(diaginfo.show_window, 1);
+}
+
+TEST_F(DiagReadInfoTest, OtherScopesBadFilesAndOverlongTextAreIgnored) {
+  read_info("<key>Width</key><integer>1</integer>", "");  // any-host file: not read
+  EXPECT_EQ(diaginfo.width, 400);
+  read_info("<key>Width</key><integer>2</integer><key>Title</key>");  // malformed
+  EXPECT_EQ(diaginfo.width, 400);
+  cc_diag_read_info(nullptr);
+  EXPECT_EQ(diaginfo.width, 400);
+  read_info("<key>Title</key><string>" + std::string(256, 't') + "</string><key>Filename</key>" +
+            "<string>" + std::string(255, 'f') + "</string>");
+  EXPECT_STREQ(diaginfo.title, "CC Diagnostics Window");
+  EXPECT_EQ(std::string(diaginfo.file_name), std::string(255, 'f'));
 }
 
 }  // namespace

@@ -20,20 +20,19 @@ class PreferencesTest : public ::testing::Test {
     ::setenv("CORVEX_MACHINE_ID", "m1", 1);
   }
   void TearDown() override {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("CORVEX_LOCAL_PREFERENCES");
-    ::unsetenv("CORVEX_MACHINE_ID");
+    for (const char* v : {"XDG_CONFIG_HOME", "CORVEX_LOCAL_PREFERENCES", "CORVEX_MACHINE_ID"})
+      ::unsetenv(v);
   }
-  // Stores {key: value} for one scope in the given format.
-  void store(PrefUser user, PrefHost host, const std::string& key, plist::ValueRef value,
-             plist::Format format) {
+  // Stores {"k": value} for one scope of domain d.x in the given format.
+  void store(PrefUser user, PrefHost host, int32_t value, plist::Format format) {
     auto dict = plist::make_dictionary();
-    dict->set(key, std::move(value));
+    dict->set("k", plist::make_int32(value));
     const std::string path = preference_file_path("d.x", user, host);
     test::write_all(path, "");
     ASSERT_TRUE(plist::write_plist_file(path, *dict, format).ok());
   }
-  static int32_t int_of(const plist::ValueRef& v) {
+  static int32_t read(const char* key, const char* domain, PrefUser user, PrefHost host) {
+    const plist::ValueRef v = copy_preference_value(key, domain, user, host);
     const auto* n = plist::as<plist::Number>(v);
     return n ? static_cast<int32_t>(n->int_value()) : -1;
   }
@@ -49,20 +48,16 @@ TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {
             root + "/config/corvex/Preferences/ByHost/d.x.m1.plist");
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Any, PrefHost::Current),
             root + "/local/d.x.plist");
-
-  store(PrefUser::Current, PrefHost::Any, "k", plist::make_int32(1), plist::Format::Xml);
-  store(PrefUser::Current, PrefHost::Current, "k", plist::make_int32(2), plist::Format::Binary);
-  store(PrefUser::Any, PrefHost::Any, "k", plist::make_int32(3), plist::Format::Binary);
-  EXPECT_EQ(int_of(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Any)), 1);
-  EXPECT_EQ(int_of(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Current)), 2);
-  EXPECT_EQ(int_of(copy_preference_value("k", "d.x", PrefUser::Any, PrefHost::Current)), 3);
-  EXPECT_EQ(copy_preference_value("other", "d.x", PrefUser::Any, PrefHost::Any), nullptr);
-}
-
-TEST_F(PreferencesTest, MachineIdThatCannotNameAFileFallsBack) {
-  ::setenv("CORVEX_MACHINE_ID", "../evil", 1);
+  store(PrefUser::Current, PrefHost::Any, 1, plist::Format::Xml);
+  store(PrefUser::Current, PrefHost::Current, 2, plist::Format::Binary);
+  store(PrefUser::Any, PrefHost::Any, 3, plist::Format::Binary);
+  EXPECT_EQ(read("k", "d.x", PrefUser::Current, PrefHost::Any), 1);
+  EXPECT_EQ(read("k", "d.x", PrefUser::Current, PrefHost::Current), 2);
+  EXPECT_EQ(read("k", "d.x", PrefUser::Any, PrefHost::Current), 3);
+  EXPECT_EQ(read("other", "d.x", PrefUser::Any, PrefHost::Any), -1);
+  ::setenv("CORVEX_MACHINE_ID", "../evil", 1);  // cannot name a file: falls back
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Current, PrefHost::Current),
-            dir_.path().string() + "/config/corvex/Preferences/ByHost/d.x.localhost.plist");
+            root + "/config/corvex/Preferences/ByHost/d.x.localhost.plist");
 }
 
 TEST_F(PreferencesTest, MissingUnreadableOrUnnamableGiveNoValue) {

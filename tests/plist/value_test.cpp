@@ -26,12 +26,8 @@ TEST(DictionaryTest, KeepsInsertionOrderAndReplacesInPlace) {
   EXPECT_EQ(d->get("a"), nullptr);
   d->set("a", make_bool(true));
   EXPECT_EQ(keys_of(*d), (std::vector<std::string>{"b", "c", "a"}));
-}
-
-TEST(DictionaryTest, RepeatedKeyKeepsFirstPositionAndLastValue) {
-  std::vector<Dictionary::Entry> entries{
-      {"x", make_int32(1)}, {"y", make_int32(2)}, {"x", make_int32(3)}};
-  auto d = make_dictionary(std::move(entries));
+  // Built from entries, a repeated key keeps its first position and its last value.
+  d = make_dictionary({{"x", make_int32(1)}, {"y", make_int32(2)}, {"x", make_int32(3)}});
   EXPECT_EQ(keys_of(*d), (std::vector<std::string>{"x", "y"}));
   EXPECT_EQ(as<Number>(d->get("x"))->int_value(), 3);
 }
@@ -55,7 +51,12 @@ TEST(EqualTest, DictionariesIgnoreOrderArraysDoNot) {
   d1->set("b", make_real(NumberType::Float64, 2.0));
   d2->set("b", make_number(NumberType::SInt8, 2));
   d2->set("a", make_number(NumberType::LongLong, 1));
+  for (int i = 0; i < 40; ++i) d1->set("k" + std::to_string(i), make_int32(i));
+  for (int i = 39; i >= 0; --i) d2->set("k" + std::to_string(i), make_int32(i));
   EXPECT_TRUE(equal(d1, d2));
+  d2->set("k7", make_int32(8));
+  EXPECT_FALSE(equal(d1, d2));
+  d2->set("k7", make_int32(7));
   d2->set("c", make_bool(false));
   EXPECT_FALSE(equal(d1, d2));
 
@@ -66,16 +67,6 @@ TEST(EqualTest, DictionariesIgnoreOrderArraysDoNot) {
   a2->append(make_int32(2));
   a2->append(make_int32(1));
   EXPECT_FALSE(equal(a1, a2));
-}
-
-TEST(EqualTest, LargeDictionariesCompareByKey) {
-  auto d1 = make_dictionary();
-  auto d2 = make_dictionary();
-  for (int i = 0; i < 40; ++i) d1->set("k" + std::to_string(i), make_int32(i));
-  for (int i = 39; i >= 0; --i) d2->set("k" + std::to_string(i), make_int32(i));
-  EXPECT_TRUE(equal(d1, d2));
-  d2->set("k7", make_int32(8));
-  EXPECT_FALSE(equal(d1, d2));
 }
 
 TEST(EqualTest, ScalarsCompareByTypeAndValue) {

