@@ -8,7 +8,7 @@
 
 namespace cx::test {
 
-ReferenceDriver::ReferenceDriver(std::function<void(refdriver::DriverState&)> setup) {
+ReferenceDriver::ReferenceDriver(const Setup& setup, uint32_t adb_mice) : adb_mice_(adb_mice) {
   char pattern[] = "/tmp/cxdrv.XXXXXX";
   if (!mkdtemp(pattern)) {
     error_ = "no temporary service directory";
@@ -23,14 +23,14 @@ ReferenceDriver::~ReferenceDriver() {
   if (!dir_.empty()) std::filesystem::remove_all(dir_);
 }
 
-bool ReferenceDriver::start(const std::function<void(refdriver::DriverState&)>& setup) {
+bool ReferenceDriver::start(const Setup& setup) {
+  handler_.reset();
   state_ = std::make_unique<refdriver::DriverState>();
   if (setup) setup(*state_);
   handler_ = std::make_unique<refdriver::RequestHandler>(*state_, *this);
-  server_ = refdriver::TransportServer::create(dir_, 0, *handler_, error_);
-  if (!server_) return false;
-  thread_ = std::thread([server = server_.get()] { server->run(); });
-  return true;
+  server_ = refdriver::TransportServer::create(dir_, adb_mice_, *handler_, error_);
+  if (server_) thread_ = std::thread([server = server_.get()] { server->run(); });
+  return server_ != nullptr;
 }
 
 void ReferenceDriver::stop() {
@@ -38,8 +38,6 @@ void ReferenceDriver::stop() {
   server_->stop();
   thread_.join();
   server_.reset();
-  handler_.reset();
-  state_.reset();
 }
 
 void ReferenceDriver::notify(uint32_t code, uint64_t argument) {
