@@ -8,9 +8,11 @@
 #include "driver/transfer_block.h"
 #include "model/act_item.h"
 #include "model/act_item_chain.h"
+#include "model/action_codes.h"
 #include "model/actlist.h"
 #include "model/actlist_wire.h"
 #include "model/builtin_actlists.h"
+#include "model/flattened_data.h"
 
 namespace cx {
 namespace {
@@ -26,13 +28,9 @@ TEST(ActItem, WireFormStoresCh12LowByteFirst) {
   encode_act_item(kSample, wire.data());
   EXPECT_EQ(wire, kSampleWire);
   EXPECT_FALSE(act_item_wire_is_linked(wire.data()));
-
-  const act_item decoded = decode_act_item(wire.data());
-  EXPECT_EQ(decoded.mods, 0x1234);
-  EXPECT_EQ(decoded.ch12, 0x0102);
-  EXPECT_EQ(decoded.act_seq, 8);
-  EXPECT_EQ(decoded.act, -2);
-  EXPECT_EQ(decoded.extra_info, 0xA1B2C3D4u);
+  Bytes again(kActItemWireSize);
+  encode_act_item(decode_act_item(wire.data()), again.data());
+  EXPECT_EQ(again, kSampleWire) << "every field decodes back";
 
   act_item linked = kSample;
   linked.link = &linked;
@@ -41,101 +39,84 @@ TEST(ActItem, WireFormStoresCh12LowByteFirst) {
   EXPECT_EQ(decode_act_item(wire.data()).link, nullptr) << "receivers relink";
 }
 
-TEST(LinkActlist, LinksInOrderAndEndsWithNull) {
-  std::array<act_item, 3> items{};
-  link_actlist(items.data(), 3);
-  EXPECT_EQ(items[0].link, &items[1]);
-  EXPECT_EQ(items[1].link, &items[2]);
-  EXPECT_EQ(items[2].link, nullptr);
-
-  act_item one;
-  one.link = &items[0];
+// Longer lists are linked in order by every test below.
+TEST(LinkActlist, OneItemEndsWithNullAndNoItemsAreLeftAlone) {
+  act_item one, other;
+  one.link = &other;
   link_actlist(&one, 1);
   EXPECT_EQ(one.link, nullptr);
-
+  one.link = &other;
   link_actlist(&one, 0);
-  one.link = &items[0];
   link_actlist(&one, -1);
-  EXPECT_EQ(one.link, &items[0]) << "a count below 1 leaves the array alone";
+  EXPECT_EQ(one.link, &other);
 }
 
-TEST(GetMemoryIndices, StopsAtMaxWithoutWritingMore) {
+TEST(GetMemoryIndices, CollectsDataCarryingItemsUpToMax) {
   std::vector<act_item> items(21, launch_url_actlist[0]);
   for (size_t i = 0; i < items.size(); ++i) items[i].ch12 = static_cast<uint16_t>(100 + i);
   link_actlist(items.data(), 21);
   std::array<short, 21> indices{};
   indices[20] = -7;
   EXPECT_EQ(get_memory_indices(items.data(), indices.data(), 20), 20);
-  EXPECT_EQ(indices[0], 100);
   EXPECT_EQ(indices[19], 119);
-  EXPECT_EQ(indices[20], -7);
-}
+  EXPECT_EQ(indices[20], -7) << "nothing written past max";
 
-TEST(GetMemoryIndices, CollectsOnlyDataCarryingItems) {
-  std::array<act_item, 5> items = {click_actlist[0], paste_text_actlist[0], home_page_actlist[0],
+  std::array<act_item, 5> mixed = {click_actlist[0], paste_text_actlist[0], home_page_actlist[0],
                                    launch_file_actlist[0], click_actlist[1]};
-  items[1].ch12 = 0x0203;
-  items[3].ch12 = 9;
-  link_actlist(items.data(), 5);
-  std::array<short, 4> indices{};
-  EXPECT_EQ(get_memory_indices(items.data(), indices.data(), 4), 2);
+  mixed[1].ch12 = 0x0203;
+  mixed[3].ch12 = 9;
+  link_actlist(mixed.data(), 5);
+  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 2);
   EXPECT_EQ(indices[0], 0x0203);
   EXPECT_EQ(indices[1], 9);
-
-  link_actlist(items.data(), 1);
-  EXPECT_EQ(get_memory_indices(items.data(), indices.data(), 4), 0) << "clicks only";
+  link_actlist(mixed.data(), 1);
+  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 0) << "clicks only";
   EXPECT_EQ(get_memory_indices(nullptr, indices.data(), 4), 0);
 }
 
-TEST(ActlistWire, ChainIsWrittenAsCountAndItems) {
+TEST(ActlistWire, ChainRoundTripsAsCountAndItemsOrIsRefusedWhole) {
   std::array<act_item, 2> items = {kSample, kSample};
   link_actlist(items.data(), 2);
   std::array<uint8_t, 64> buffer{};
   CXTransferContext ctx;
   CXTransferStart(&ctx, buffer.data(), buffer.size());
   add_actlist_to_transfer(&ctx, items.data());
-  EXPECT_EQ(ctx.used, 4 + actlist_wire_size(items.data()));
+  ASSERT_EQ(ctx.used, 4 + actlist_wire_size(items.data()));
   EXPECT_EQ(actlist_wire_size(items.data()), 34u);
-  EXPECT_EQ(buffer[4], 0x00);
-  EXPECT_EQ(buffer[5], 0x02);
-  EXPECT_EQ(buffer[6 + 15], 1) << "first item linked";
+  Bytes linked = kSampleWire;
+  linked[15] = 1;
+  EXPECT_EQ(Bytes(buffer.begin() + 4, buffer.begin() + 6), (Bytes{0, 2}));
+  EXPECT_EQ(Bytes(buffer.begin() + 6, buffer.begin() + 22), linked);
   EXPECT_EQ(Bytes(buffer.begin() + 22, buffer.begin() + 38), kSampleWire);
-
   EXPECT_EQ(actlist_wire_size(nullptr), 2u);
-}
-
-TEST(ActlistWire, CountOfALoopingChainIsCapped) {
   act_item loop;
   loop.link = &loop;
   EXPECT_EQ(count_actlist(&loop), kMaxActlistItems);
-}
 
-TEST(ActlistWire, ReplyIsDecodedAndLinked) {
-  Bytes reply = {0x00, 0x02};
-  reply.insert(reply.end(), kSampleWire.begin(), kSampleWire.end());
-  reply.insert(reply.end(), kSampleWire.begin(), kSampleWire.end());
   std::array<act_item, 4> dest{};
-  ASSERT_EQ(decode_actlist(reply.data(), static_cast<uint32_t>(reply.size()), dest), 2);
+  ASSERT_EQ(decode_actlist(buffer.data() + 4, 34, dest), 2);
   EXPECT_EQ(dest[0].ch12, 0x0102);
   EXPECT_EQ(dest[0].link, &dest[1]);
   EXPECT_EQ(dest[1].link, nullptr);
-}
 
-TEST(ActlistWire, MalformedReplyLeavesDestinationUntouched) {
-  Bytes reply(52);
-  reply[1] = 3;  // three items need 50 bytes, not 52
-  std::array<act_item, 4> dest{};
-  dest[0].mods = 0x5555;
-  EXPECT_EQ(decode_actlist(reply.data(), 52, dest), kActlistMalformed);
-  EXPECT_EQ(dest[0].mods, 0x5555);
-
-  Bytes negative = {0xFF, 0xFF};
-  EXPECT_EQ(decode_actlist(negative.data(), 2, dest), kActlistMalformed);
-  EXPECT_EQ(decode_actlist(reply.data(), 1, dest), kActlistMalformed);
-  reply.resize(50);
-  EXPECT_EQ(decode_actlist(reply.data(), 50, std::span(dest).first(2)), kActlistMalformed)
-      << "destination too small";
-  EXPECT_EQ(dest[0].mods, 0x5555);
+  Bytes three(52);
+  three[1] = 3;  // three items need 50 bytes
+  const Bytes negative = {0xFF, 0xFF};
+  const struct {
+    const char* what;
+    const uint8_t* data;
+    uint32_t length;
+    size_t room;
+  } bad[] = {{"length not the count's", three.data(), 52, 4},
+             {"negative count", negative.data(), 2, 4},
+             {"no count", three.data(), 1, 4},
+             {"destination too small", three.data(), 50, 2}};
+  for (const auto& b : bad) {
+    SCOPED_TRACE(b.what);
+    dest[0].mods = 0x5555;
+    EXPECT_EQ(decode_actlist(b.data, b.length, std::span(dest).first(b.room)), kActlistMalformed);
+    EXPECT_EQ(dest[0].mods, 0x5555);
+  }
 }
 
 TEST(ActItemChain, LinksSurviveAMove) {
@@ -146,6 +127,128 @@ TEST(ActItemChain, LinksSurviveAMove) {
   EXPECT_EQ(moved.size(), 3u);
   EXPECT_EQ(head->link->link->link, nullptr);
   EXPECT_EQ(act_item_chain().head(), nullptr);
+}
+
+Bytes bytes_of(const CXFlattenedData& record) {
+  return Bytes(record.getData(), record.getData() + record.getSize());
+}
+
+TEST(FlattenedData, ScalarsAreBigEndianAndReadBackInOrder) {
+  CXFlattenedData record;
+  EXPECT_EQ(bytes_of(record), (Bytes{0, 0, 0, 4}));
+  EXPECT_EQ(record.getDataSize(), 0u);
+  record.write(int16_t{-2});
+  record.write(int32_t{0x01020304});
+  EXPECT_EQ(bytes_of(record), (Bytes{0, 0, 0, 10, 0xFF, 0xFE, 1, 2, 3, 4}));
+  record.write(uint8_t{0xAB});
+  record.write(uint32_t{0});
+
+  EXPECT_EQ(record.readShort(), -2);
+  EXPECT_EQ(record.getSize(), 13u);
+  EXPECT_EQ(record.readULong(), 0x01020304u);
+  record.write(int16_t{2});  // writing after reading keeps the rest
+  EXPECT_EQ(record.readUByte(), 0xAB);
+  EXPECT_FALSE(record.readBool());
+  EXPECT_EQ(bytes_of(record), (Bytes{0, 0, 0, 6, 0, 2}));
+  EXPECT_EQ(record.readShort(), 2);
+  EXPECT_EQ(bytes_of(record), (Bytes{0, 0, 0, 4}));
+}
+
+TEST(FlattenedData, ChainsRoundTrip) {
+  std::array<act_item, 3> items = {click_actlist[0], click_actlist[1], launch_url_actlist[0]};
+  items[2].ch12 = 0x0304;
+  link_actlist(items.data(), 3);
+  CXFlattenedData record;
+  record.write(items.data());
+  ASSERT_EQ(record.getSize(), 4u + 2 + 48);
+  EXPECT_EQ(record.getData()[5], 3) << "count";
+  EXPECT_NE(record.getData()[6 + 15], 0) << "stored link of a linked item";
+  EXPECT_EQ(record.getData()[6 + 47], 0) << "stored link of the last item";
+
+  act_item_chain chain = record.readActItem();
+  ASSERT_EQ(chain.size(), 3u);
+  const act_item* third = chain.head()->link->link;
+  EXPECT_EQ(third->act, act_code::launch_url);
+  EXPECT_EQ(third->ch12, 0x0304);
+  EXPECT_EQ(third->link, nullptr);
+  EXPECT_EQ(record.getDataSize(), 0u);
+
+  record.write(nullptr);
+  EXPECT_EQ(bytes_of(record), (Bytes{0, 0, 0, 6, 0, 0}));
+  EXPECT_EQ(record.readActItem().head(), nullptr);
+
+  // A null stored link ends the chain early; the unread items stay.
+  record.write(items.data());
+  Bytes block = bytes_of(record);
+  block[6 + 12 + 3] = 0;  // the first item's link
+  CXFlattenedData damaged(block.data());
+  EXPECT_EQ(damaged.readActItem().size(), 1u);
+  EXPECT_EQ(damaged.getDataSize(), 32u);
+}
+
+TEST(FlattenedData, OpaqueRecordsAndUnknownData) {
+  action_list_info info;
+  info.bytes[35] = 9;
+  mouse_version_info mouse;
+  mouse.bytes[0] = 3;
+  mouse.bytes[179] = 4;
+  CXFlattenedData record;
+  record.write(info);
+  record.write(mouse);
+  record.writeUnknownData("xyz", 3);
+  record.write("pq", 2);
+  EXPECT_EQ(record.getSize(), 4u + 36 + 180 + 4 + 3 + 2);
+
+  EXPECT_EQ(record.readActionListInfo().bytes, info.bytes);
+  EXPECT_EQ(record.readMouseVersionInfo().bytes, mouse.bytes);
+  uint32_t n = 0;
+  EXPECT_EQ(record.readUnknownData(&n), (Bytes{'x', 'y', 'z'}));
+  EXPECT_EQ(n, 3u);
+  EXPECT_EQ(record.read(2), (Bytes{'p', 'q'}));
+}
+
+TEST(FlattenedData, FlatBlocksAreCopiedByTheirOwnLengthIfTheyFit) {
+  const Bytes block = {0, 0, 0, 6, 0x12, 0x34, 0xEE, 0xEE};
+  EXPECT_EQ(bytes_of(CXFlattenedData(block.data())), Bytes(block.begin(), block.begin() + 6));
+  EXPECT_EQ(CXFlattenedData(block.data(), 6).readShort(), 0x1234);
+  EXPECT_EQ(CXFlattenedData(block.data(), 5).getSize(), 4u);
+  CXFlattenedData record;
+  record.write(int16_t{1});
+  EXPECT_FALSE(record.setData(Bytes{0, 0, 0, 3}.data(), 4)) << "size word below 4";
+  EXPECT_EQ(record.getSize(), 4u);
+  EXPECT_FALSE(record.setData(block.data(), 3));
+  EXPECT_TRUE(record.setData(block.data(), 6));
+  EXPECT_EQ(record.getSize(), 6u);
+  record.setData(Bytes{0, 0, 0, 5, 7}.data());
+  EXPECT_EQ(record.readUByte(), 7);
+}
+
+TEST(FlattenedData, ShortRecordReadsZerosAndEndsEmpty) {
+  const Bytes one = {0, 0, 0, 5, 0xAB};
+  CXFlattenedData record(one.data());
+  EXPECT_EQ(record.readULong(), 0xAB000000u);
+  EXPECT_EQ(record.getSize(), 4u);
+  EXPECT_EQ(record.readShort(), 0);
+  EXPECT_EQ(record.readActItem().head(), nullptr);
+  EXPECT_EQ(record.getSize(), 4u);
+
+  // A huge count with one linked item and four more bytes.
+  Bytes chain = {0, 0, 0, 26, 0x7F, 0xFF};
+  chain.resize(26);
+  chain[6 + 15] = 1;
+  chain[22] = 0x55;
+  CXFlattenedData items(chain.data());
+  act_item_chain read = items.readActItem();
+  ASSERT_EQ(read.size(), 2u);
+  EXPECT_EQ(read.head()->link->mods, 0x5500);
+  EXPECT_EQ(items.getSize(), 4u);
+
+  const Bytes unknown = {0, 0, 0, 11, 0xFF, 0xFF, 0xFF, 0xFF, 1, 2, 3};
+  CXFlattenedData data(unknown.data());
+  uint32_t n = 0;
+  EXPECT_EQ(data.readUnknownData(&n), (Bytes{1, 2, 3}));
+  EXPECT_EQ(n, 3u);
+  EXPECT_TRUE(data.read(size_t{1} << 40).empty());
 }
 
 }  // namespace

@@ -2,62 +2,78 @@
 // the agent's builders, and the Get...Response requests give them back.
 #include <gtest/gtest.h>
 
-#include <functional>
-
-#include "model/builtin_actlists.h"
-#include "model/response_block.h"
-#include "refdriver/driver_status.h"
-#include "refdriver/request_codes.h"
 #include "tests/refdriver/handler_harness.h"
 
 namespace cx::refdriver {
 namespace {
 
-using testing::Harness;
-using testing::Wire;
-namespace rq = request;
+using namespace testing;
 
-using Bytes = std::vector<uint8_t>;
-
-Bytes build(const std::function<uint32_t(uint8_t*, uint32_t)>& builder) {
-  Bytes b(4096);  // zero-filled, so the unwritten pad byte is 0
-  b.resize(builder(b.data(), 4096));
-  return b;
+Wire buttons(uint8_t first, uint8_t end, uint8_t mods) {
+  return std::move(Wire().u8(first).u8(end).u8(mods).u8(0).u32(0));
 }
 
-Bytes click(uint8_t button, uint8_t mods = 0) {
-  return build([&](uint8_t* b, uint32_t n) {
-    return build_click_response_block(b, n, mods, button, 0, false);
-  });
+TEST(ResponseRuns, ClicksAndUrlsComeBackByteForByte) {
+  Harness h;
+  const Bytes left = click_block(0);
+  const Bytes web = url_block(2, 0, "http://example.com/");
+  EXPECT_EQ(h.call(rq::SetResponseData, {cat({left, web})}).status, 2);
+
+  EXPECT_EQ(h.data(rq::GetSingleResponse, button(0, 0, 0)), left);
+  EXPECT_EQ(h.data(rq::GetFullResponse, button(2, 0)), web);
+  EXPECT_EQ(h.data(rq::GetResponses, buttons(0, 25, 0)), cat({left, web}));
+  h.steps({{rq::GetResponses, buttons(0, 25, 0), 2},
+           {rq::GetResponses, buttons(1, 2, 0), 0},
+           {rq::GetSingleResponse, button(5, 0, 0), kNotFound},
+           {rq::GetDataSize, Wire().u16(1).u16(0).u32(0), 20}});
+  // In the driver the URL lives in a local dataspace that the item names.
+  const Bytes list = h.data(rq::GetActionList, button(2, 0));
+  ASSERT_EQ(list.size(), 18u);
+  EXPECT_EQ(load_le16(&list[2 + 2]), 1);
 }
 
-Bytes url(uint8_t button, int entry, const char* text) {
-  return build([&](uint8_t* b, uint32_t n) {
-    return build_launch_url_response_block(b, n, 0, button, entry, button >= 18, text);
-  });
+TEST(ResponseRuns, PresetMenusUseGlobalDataspacesAndComeBackWhole) {
+  Harness h;
+  const Bytes run =
+      cat({menu_block(18, 2), url_block(18, 1, "http://a.example/"), home_block(18, 2)});
+  EXPECT_EQ(h.call(rq::SetResponseData, {run}).status, 3);
+  EXPECT_EQ(h.call(rq::GetFullResponse, {button(18, 0)}).status, 3);
+  EXPECT_EQ(h.data(rq::GetFullResponse, button(18, 0)), run);
+  EXPECT_EQ(load_le16(&h.data(rq::GetMenuActionList, button(18, 0, 1))[2 + 2]), 256);
+  EXPECT_EQ(h.data(rq::GetSingleResponse, button(18, 0, 2)), home_block(18, 2));
+
+  // Storing it again and again reuses the space of what it replaces.
+  for (int i = 0; i < 100; ++i) ASSERT_EQ(h.call(rq::SetResponseData, {run}).status, 3);
+  EXPECT_EQ(h.state.dataspaces.global().size(), 1u);
+
+  // A shorter menu drops the entries beyond it, and their dataspaces.
+  const Bytes shorter = cat({menu_block(18, 1), home_block(18, 1)});
+  EXPECT_EQ(h.call(rq::SetResponseData, {shorter}).status, 2);
+  EXPECT_EQ(h.call(rq::GetMenuActionListSize, {button(18, 0, 2)}).status, 0);
+  EXPECT_TRUE(h.state.dataspaces.global().empty());
+  EXPECT_EQ(h.data(rq::GetFullResponse, button(18, 0)), shorter);
+
+  // A menu entry never stored comes back empty, so the run keeps its shape.
+  EXPECT_EQ(h.call(rq::SetResponseData, {menu_block(19, 2)}).status, 1);
+  const Answer sparse = h.call(rq::GetFullResponse, {button(19, 0)});
+  EXPECT_EQ(sparse.status, 3);
+  EXPECT_EQ(sparse.data.size(), menu_block(19, 2).size() + 2 * (6 + 44));
 }
 
-Bytes menu(uint8_t button, uint16_t entries) {
-  return build([&](uint8_t* b, uint32_t n) {
-    return build_menu_response_block(b, n, 0, button, true, entries, "");
-  });
-}
-
-Bytes home(uint8_t button, int entry) {
-  return build([&](uint8_t* b, uint32_t n) {
-    return build_actlist_response_block(b, n, 0, button, entry, true, home_page_actlist.data(), 1,
-                                        "Home");
-  });
-}
-
-Bytes cat(std::initializer_list<Bytes> blocks) {
-  Bytes out;
-  for (const Bytes& b : blocks) out.insert(out.end(), b.begin(), b.end());
-  return out;
-}
-
-Bytes payload_of(const Bytes& block) {
-  return Bytes(block.begin() + 4, block.end() - 2);
+TEST(ResponseRuns, ApplicationSetsAndModifiersAreSeparate) {
+  Harness h;
+  h.steps({{rq::CurrentEditApp, Wire().str("safari").str("Safari"), kDone},
+           {rq::SetResponseData,
+            Wire().raw(cat({click_block(1, 2), url_block(3, 0, "file:///tmp/x")})), 2}});
+  EXPECT_EQ(h.data(rq::GetResponses, buttons(0, 25, 2)), click_block(1, 2));
+  h.steps({{rq::CurrentEditApp, Wire().str("").str(""), kDone},
+           {rq::GetResponses, buttons(0, 25, 2), 0},
+           {rq::GetFullResponse, button(3, 0), kNotFound}});
+  // Deleting the set frees its dataspaces with it.
+  EXPECT_EQ(h.state.budget.dataspace_bytes, 14u);
+  EXPECT_EQ(h.call(rq::DeleteAppName, {Wire().str("safari")}).status, kDone);
+  EXPECT_EQ(h.state.budget.dataspace_bytes, 0u);
+  EXPECT_EQ(h.state.budget.responses, 0u);
 }
 
 Bytes frame(const Bytes& payload) {
@@ -69,137 +85,53 @@ Bytes frame(const Bytes& payload) {
   return b;
 }
 
-Wire button(uint8_t b, uint8_t mods, uint16_t entry = 0) {
-  return std::move(Wire().u8(b).u8(mods).u16(entry));
-}
-
-int16_t set_responses(Harness& h, const Bytes& run) {
-  return h.call(rq::SetResponseData, {run}).status;
-}
-
-TEST(ResponseRuns, ClicksAndUrlsComeBackByteForByte) {
-  Harness h;
-  const Bytes left = click(0);
-  const Bytes web = url(2, 0, "http://example.com/");
-  EXPECT_EQ(set_responses(h, cat({left, web})), 2);
-
-  EXPECT_EQ(h.call(rq::GetSingleResponse, {button(0, 0, 0)}).data, left);
-  EXPECT_EQ(h.call(rq::GetFullResponse, {button(2, 0)}).data, web);
-  const auto all = h.call(rq::GetResponses, {Wire().u8(0).u8(25).u8(0).u8(0).u32(0)});
-  EXPECT_EQ(all.status, 2);
-  EXPECT_EQ(all.data, cat({left, web}));
-  EXPECT_EQ(h.call(rq::GetResponses, {Wire().u8(1).u8(2).u8(0).u8(0).u32(0)}).status, 0);
-
-  // In the driver the URL lives in a local dataspace that the item names.
-  const auto list = h.call(rq::GetActionList, {button(2, 0)});
-  ASSERT_EQ(list.data.size(), 18u);
-  EXPECT_EQ(load_le16(&list.data[2 + 2]), 1);
-  EXPECT_EQ(h.call(rq::GetDataSize, {Wire().u16(1).u16(0).u32(0)}).status, 20);
-  EXPECT_EQ(h.call(rq::GetSingleResponse, {button(5, 0, 0)}).status, kNotFound);
-}
-
-TEST(ResponseRuns, PresetMenusUseGlobalDataspacesAndComeBackWhole) {
-  Harness h;
-  const Bytes run = cat({menu(18, 2), url(18, 1, "http://a.example/"), home(18, 2)});
-  EXPECT_EQ(set_responses(h, run), 3);
-  const auto full = h.call(rq::GetFullResponse, {button(18, 0)});
-  EXPECT_EQ(full.status, 3);
-  EXPECT_EQ(full.data, run);
-  const auto entry = h.call(rq::GetMenuActionList, {button(18, 0, 1)});
-  EXPECT_EQ(load_le16(&entry.data[2 + 2]), 256);
-  EXPECT_EQ(h.call(rq::GetSingleResponse, {button(18, 0, 2)}).data, home(18, 2));
-
-  // Storing it again and again reuses the space of what it replaces.
-  for (int i = 0; i < 100; ++i) ASSERT_EQ(set_responses(h, run), 3);
-  EXPECT_EQ(h.state.dataspaces.global().size(), 1u);
-
-  // A shorter menu drops the entries beyond it, and their dataspaces.
-  EXPECT_EQ(set_responses(h, cat({menu(18, 1), home(18, 1)})), 2);
-  EXPECT_EQ(h.call(rq::GetMenuActionListSize, {button(18, 0, 2)}).status, 0);
-  EXPECT_TRUE(h.state.dataspaces.global().empty());
-  EXPECT_EQ(h.call(rq::GetFullResponse, {button(18, 0)}).data, cat({menu(18, 1), home(18, 1)}));
-
-  // A menu entry never stored comes back empty, so the run keeps its shape.
-  EXPECT_EQ(set_responses(h, menu(19, 2)), 1);
-  const auto sparse = h.call(rq::GetFullResponse, {button(19, 0)});
-  EXPECT_EQ(sparse.status, 3);
-  EXPECT_EQ(sparse.data.size(), menu(19, 2).size() + 2 * (6 + 44));
-}
-
-TEST(ResponseRuns, ApplicationSetsAndModifiersAreSeparate) {
-  Harness h;
-  EXPECT_EQ(h.call(rq::CurrentEditApp, {Wire().str("safari").str("Safari")}).status, kDone);
-  EXPECT_EQ(set_responses(h, cat({click(1, 2), url(3, 0, "file:///tmp/x")})), 2);
-  const auto with_mods = h.call(rq::GetResponses, {Wire().u8(0).u8(25).u8(2).u8(0).u32(0)});
-  EXPECT_EQ(with_mods.data, click(1, 2));
-  EXPECT_EQ(h.call(rq::CurrentEditApp, {Wire().str("").str("")}).status, kDone);
-  EXPECT_EQ(h.call(rq::GetResponses, {Wire().u8(0).u8(25).u8(2).u8(0).u32(0)}).status, 0);
-  EXPECT_EQ(h.call(rq::GetFullResponse, {button(3, 0)}).status, kNotFound);
-  // Deleting the set frees its dataspaces with it.
-  EXPECT_EQ(h.state.budget.dataspace_bytes, 14u);
-  EXPECT_EQ(h.call(rq::DeleteAppName, {Wire().str("safari")}).status, kDone);
-  EXPECT_EQ(h.state.budget.dataspace_bytes, 0u);
-  EXPECT_EQ(h.state.budget.responses, 0u);
-}
-
-TEST(ResponseRuns, MalformedRunsAreRefusedWhole) {
-  const Bytes good = url(2, 0, "http://example.com/");
-  const Bytes p = payload_of(good);  // header, one item, one dataspace block
-  const size_t ds = 44 + 16;         // where the dataspace block starts
-  auto patched = [&](const std::function<void(Bytes&)>& change) {
+TEST(ResponseRuns, MalformedRunsAreRefusedWithNothingStored) {
+  const Bytes good = url_block(2, 0, "http://example.com/");
+  // The block's payload: header, one item, then the dataspace block from 60
+  // (whose own payload starts at 64).
+  const Bytes p(good.begin() + 4, good.end() - 2);
+  const auto patched = [&](size_t at, std::initializer_list<uint8_t> bytes) {
     Bytes q = p;
-    change(q);
-    return frame(q);
+    std::copy(bytes.begin(), bytes.end(), q.begin() + at);
+    return q;
   };
-  auto patched_dataspace = [&](const std::function<void(Bytes&)>& change) {
-    Bytes q = p;
-    Bytes inner = payload_of(Bytes(q.begin() + ds, q.end()));
-    change(inner);
-    q.resize(ds);
-    const Bytes framed = frame(inner);
-    q.insert(q.end(), framed.begin(), framed.end());
-    return frame(q);
+  // The block with another dataspace block payload (ds_index 0, ds_length 20, the URL).
+  const Bytes ds(p.begin() + 64, p.end() - 2);
+  const auto dataspace = [&](size_t length, uint8_t ds_length) {
+    Bytes inner = ds;
+    inner[3] = ds_length;
+    inner.resize(length);
+    return frame(cat({Bytes(p.begin(), p.begin() + 60), frame(inner)}));
   };
-  const std::vector<std::pair<const char*, Bytes>> cases = {
+  Bytes bad_checksum = good, nested_checksum = p, extra = p, twice = patched(42, {0, 2});
+  bad_checksum.back() ^= 1;
+  nested_checksum.back() ^= 1;
+  extra.push_back(0);
+  twice.insert(twice.end(), p.begin() + 60, p.end());
+  const std::pair<const char*, Bytes> cases[] = {
       {"truncated", Bytes(good.begin(), good.end() - 1)},
-      {"bad checksum",
-       [&] {
-         Bytes b = good;
-         b.back() ^= 1;
-         return b;
-       }()},
-      {"bad nested checksum",
-       [&] {
-         Bytes q = p;
-         q.back() ^= 1;
-         return frame(q);
-       }()},
+      {"bad checksum", bad_checksum},
+      {"bad nested checksum", frame(nested_checksum)},
       {"short header", frame(Bytes(p.begin(), p.begin() + 43))},
-      {"more actions than bytes", patched([](Bytes& q) { store_be16(&q[40], 2); })},
-      {"missing dataspace block", patched([](Bytes& q) { store_be16(&q[42], 2); })},
-      {"extra bytes", patched([](Bytes& q) { q.push_back(0); })},
-      {"menu index 256", patched([](Bytes& q) { store_be16(&q[2], 256); })},
-      {"negative menu index", patched([](Bytes& q) { store_be16(&q[2], 0xFFFF); })},
-      {"item names no dataspace", patched([](Bytes& q) { store_le16(&q[44 + 2], 5); })},
-      {"ds_length too long", patched_dataspace([](Bytes& d) { store_be16(&d[2], 21); })},
-      {"ds_length too short", patched_dataspace([](Bytes& d) { store_be16(&d[2], 19); })},
-      {"dataspace header cut", patched_dataspace([](Bytes& d) { d.resize(3); })},
+      {"more actions than bytes", frame(patched(40, {0, 2}))},
+      {"missing dataspace block", frame(patched(42, {0, 2}))},
+      {"extra bytes", frame(extra)},
+      {"menu index 256", frame(patched(2, {1, 0}))},
+      {"negative menu index", frame(patched(2, {0xFF, 0xFF}))},
+      {"item names no dataspace", frame(patched(44 + 2, {5, 0}))},
+      {"ds_length too long", dataspace(ds.size(), 21)},
+      {"ds_length too short", dataspace(ds.size(), 19)},
+      {"dataspace header cut", dataspace(3, 20)},
+      {"two dataspace blocks with one index", frame(twice)},
   };
   for (const auto& [what, bad] : cases) {
     SCOPED_TRACE(what);
     Harness h;
-    EXPECT_EQ(set_responses(h, cat({click(0), bad})), kBadRequest);
+    EXPECT_EQ(h.call(rq::SetResponseData, {cat({click_block(0), bad})}).status, kBadRequest);
     EXPECT_EQ(h.state.budget.responses, 0u);
     EXPECT_EQ(h.state.budget.dataspace_bytes, 0u);
+    EXPECT_EQ(h.call(rq::SetResponseData, {good}).status, 1);
   }
-
-  // Two dataspace blocks with one index.
-  Bytes twice = p;
-  store_be16(&twice[42], 2);
-  twice.insert(twice.end(), p.begin() + ds, p.end());
-  Harness h;
-  EXPECT_EQ(set_responses(h, frame(twice)), kBadRequest);
-  EXPECT_EQ(set_responses(h, good), 1);
 }
 
 }  // namespace

@@ -2,72 +2,39 @@
 // queue the agent's work, menus, low batteries and the control commands.
 #include <gtest/gtest.h>
 
-#include <functional>
-
-#include "model/builtin_actlists.h"
-#include "model/response_block.h"
 #include "refdriver/control_commands.h"
-#include "refdriver/driver_status.h"
 #include "refdriver/event_codes.h"
-#include "refdriver/request_codes.h"
 #include "refdriver/simulator.h"
 #include "tests/refdriver/handler_harness.h"
 
 namespace cx::refdriver {
 namespace {
 
-using testing::Harness;
-using testing::Wire;
-namespace rq = request;
-using Bytes = std::vector<uint8_t>;
+using namespace testing;
 using Message = std::pair<uint32_t, uint64_t>;
-
-Bytes build(const std::function<uint32_t(uint8_t*, uint32_t)>& builder) {
-  Bytes b(4096);
-  b.resize(builder(b.data(), 4096));
-  return b;
-}
+using Events = std::vector<std::pair<int16_t, Bytes>>;
 
 Bytes c_string(std::string_view s) {
-  Bytes b(s.begin(), s.end());
-  b.push_back(0);
-  return b;
-}
-
-Wire button(uint8_t b, uint8_t mods, uint16_t entry = 0) {
-  return std::move(Wire().u8(b).u8(mods).u16(entry));
-}
-
-Bytes items(std::initializer_list<act_item> list) {
-  Bytes out;
-  for (const act_item& item : list) {
-    out.resize(out.size() + 16);
-    encode_act_item(item, &out[out.size() - 16]);
-  }
-  return out;
+  return Wire().str(s).bytes();
 }
 
 struct Sim : Harness {
   Simulator sim{state, sink};
 
   // Takes every queued event through the agent's request.
-  std::vector<std::pair<int16_t, Bytes>> drain() {
-    std::vector<std::pair<int16_t, Bytes>> events;
+  Events drain() {
+    Events events;
     for (auto e = call(rq::GetNextBackgroundEvent); e.status != 0;
          e = call(rq::GetNextBackgroundEvent)) {
       events.emplace_back(e.status, e.data);
     }
     return events;
   }
+  // A new local dataspace holding `text` and its NUL.
   int16_t allocate(std::string_view text) {
-    const int16_t index =
-        call(rq::AllocateSpace,
-             {Wire().u16(0xFFFF).u16(static_cast<uint16_t>(text.size() + 1)).u32(0)})
-            .status;
-    const Bytes data = c_string(text);
-    call(rq::CXAccessData,
-         {Wire().u16(static_cast<uint16_t>(index)).u16(static_cast<uint16_t>(data.size())).u32(0),
-          data});
+    const auto size = static_cast<uint16_t>(text.size() + 1);
+    const int16_t index = call(rq::AllocateSpace, {Wire().u16(0xFFFF).u16(size).u32(0)}).status;
+    call(rq::CXAccessData, {Wire().u16(static_cast<uint16_t>(index)).u16(size).u32(0).str(text)});
     return index;
   }
   uint16_t global_word(uint16_t index) { return load_be16(state.global_record(index).data()); }
@@ -75,16 +42,10 @@ struct Sim : Harness {
 
 TEST(Press, TheFrontApplicationsListComesFirst) {
   Sim s;
-  const Bytes click = items({click_actlist[0], click_actlist[1]});
-  EXPECT_EQ(s.call(rq::SetActionList, {button(0, 0), Wire().u16(2), click}).status, kDone);
-  EXPECT_EQ(s.call(rq::CurrentEditApp, {Wire().str("safari").str("Safari")}).status, kDone);
-  EXPECT_EQ(s.call(rq::SetResponseData, {build([](uint8_t* b, uint32_t n) {
-                     return build_launch_url_response_block(b, n, 0, 0, 0, false,
-                                                            "http://example.com/");
-                   })})
-                .status,
-            1);
-
+  s.steps({{rq::SetActionList,
+            button(0, 0).u16(2).raw(items_wire({click_actlist[0], click_actlist[1]})), kDone},
+           {rq::CurrentEditApp, Wire().str("safari").str("Safari"), kDone},
+           {rq::SetResponseData, Wire().raw(url_block(0, 0, "http://example.com/")), 1}});
   s.sim.press(0, 0);
   EXPECT_TRUE(s.state.events.all().empty());
   EXPECT_TRUE(s.sink.messages.empty());
@@ -93,8 +54,7 @@ TEST(Press, TheFrontApplicationsListComesFirst) {
   s.sim.front("Safari");
   s.sim.press(0, 0);
   EXPECT_EQ(s.sink.messages, (std::vector<Message>{{0xFFF, 0}}));
-  EXPECT_EQ(s.drain(),
-            (std::vector<std::pair<int16_t, Bytes>>{{2, c_string("http://example.com/")}}));
+  EXPECT_EQ(s.drain(), (Events{{2, c_string("http://example.com/")}}));
 
   s.sim.front("Mail");  // no set of its own: the global list
   s.sim.press(0, 0);
@@ -105,95 +65,70 @@ TEST(Press, TheFrontApplicationsListComesFirst) {
 
 TEST(Press, AgentActionsAreQueuedWithTheirData) {
   Sim s;
-  const int16_t text = s.allocate("pasted");
-  const int16_t file = s.allocate("/tmp/file");
-  const Bytes list =
-      items({make_act_item(0, static_cast<uint16_t>(text), 2, act_code::paste_text, 0),
-             make_act_item(0, static_cast<uint16_t>(file), 2, act_code::launch_file, 0),
-             home_page_actlist[0], app_menu_actlist[0], toggle_hscroll_actlist[0],
-             make_act_item(0, 0x41, 1, 0x0D00, 0)});
-  EXPECT_EQ(s.call(rq::SetActionList, {button(1, 0), Wire().u16(6), list}).status, kDone);
+  const auto text = static_cast<uint16_t>(s.allocate("pasted"));
+  const auto file = static_cast<uint16_t>(s.allocate("/tmp/file"));
+  const Bytes list = items_wire({make_act_item(0, text, 2, act_code::paste_text, 0),
+                                 make_act_item(0, file, 2, act_code::launch_file, 0),
+                                 home_page_actlist[0], app_menu_actlist[0],
+                                 toggle_hscroll_actlist[0], make_act_item(0, 0x41, 1, 0x0D00, 0)});
+  s.steps({{rq::SetActionList, button(1, 0).u16(6).raw(list), kDone}});
   s.sim.press(1, 0);
   EXPECT_EQ(s.drain(),
-            (std::vector<std::pair<int16_t, Bytes>>{
-                {9, c_string("pasted")}, {1, c_string("/tmp/file")}, {6, {}}, {12, {}}}));
+            (Events{{9, c_string("pasted")}, {1, c_string("/tmp/file")}, {6, {}}, {12, {}}}));
   EXPECT_EQ(s.sink.messages, (std::vector<Message>{{16, 0}, {0xFFF, 0}}));
   EXPECT_EQ(s.global_word(73), 1);  // a popup is pending
   EXPECT_EQ(s.global_word(13), 8);  // horizontal scrolling toggled on
   EXPECT_NE(s.sink.lines.back().find("keystroke: act=0x0d00 ch12=0x0041"), std::string::npos);
 
   // A dataspace gone missing is logged and nothing is queued for it.
-  EXPECT_EQ(
-      s.call(rq::DeallocateSpace, {Wire().u16(static_cast<uint16_t>(text)).u16(0).u32(0)}).status,
-      kDone);
+  s.steps({{rq::DeallocateSpace, Wire().u16(text).u16(0).u32(0), kDone}});
   s.sim.press(1, 0);
   EXPECT_EQ(s.drain().size(), 3u);
 }
 
 TEST(Press, PopupMenusAreListedAndRun) {
   Sim s;
-  Bytes run = build(
-      [](uint8_t* b, uint32_t n) { return build_menu_response_block(b, n, 0, 18, true, 2, ""); });
-  for (const Bytes& entry : {build([](uint8_t*b, uint32_t n) {
-                               return build_launch_url_response_block(b, n, 0, 18, 1, true,
-                                                                      "http://a.example/");
-                             }),
-                             build([](uint8_t*b, uint32_t n) {
-                               return build_actlist_response_block(
-                                   b, n, 0, 18, 2, true, home_page_actlist.data(), 1, "Home");
-                             })}) {
-    run.insert(run.end(), entry.begin(), entry.end());
-  }
-  EXPECT_EQ(s.call(rq::SetResponseData, {run}).status, 3);
-  EXPECT_EQ(s.call(rq::CheckMenuSize).status, kNothing);
-  EXPECT_EQ(s.call(rq::SetAbsoluteMouse, {Wire().u32(100).u32(200)}).status, kDone);
-
+  s.steps({{rq::SetResponseData,
+            Wire().raw(
+                cat({menu_block(18, 2), url_block(18, 1, "http://a.example/"), home_block(18, 2)})),
+            3},
+           {rq::CheckMenuSize, {}, kNothing},
+           {rq::SetAbsoluteMouse, Wire().u32(100).u32(200), kDone}});
   s.sim.press(18, 0);
-  EXPECT_EQ(s.drain(), (std::vector<std::pair<int16_t, Bytes>>{{13, {}}}));
-  const auto size = s.call(rq::CheckMenuSize);
-  EXPECT_EQ(size.status, 1);
-  EXPECT_EQ(size.data, Wire().u16(3).u16(18).bytes());
-  const auto names = s.call(rq::GetMenuNames, {Wire().u16(3)});
-  EXPECT_EQ(names.status, 3);
-  Bytes expected(3 * 32);
-  const std::string first = "a.example/";
-  std::copy(first.begin(), first.end(), expected.begin());
-  std::copy_n("Home", 4, expected.begin() + 32);
-  Wire trailer;
-  trailer.u32(100).u32(200);
-  expected.insert(expected.end(), trailer.bytes().begin(), trailer.bytes().end());
-  EXPECT_EQ(names.data, expected);
+  EXPECT_EQ(s.drain(), (Events{{13, {}}}));
+  s.steps({{rq::CheckMenuSize, {}, 1}, {rq::GetMenuNames, Wire().u16(3), 3}});
+  EXPECT_EQ(s.data(rq::CheckMenuSize), Wire().u16(3).u16(18).bytes());
+  Bytes names(3 * 32);
+  std::copy_n("a.example/", 10, names.begin());
+  std::copy_n("Home", 4, names.begin() + 32);
+  EXPECT_EQ(s.data(rq::GetMenuNames, Wire().u16(3)), Wire().raw(names).u32(100).u32(200).bytes());
 
-  EXPECT_EQ(s.call(rq::ExecuteMenuItems, {Wire().u16(1)}).status, kDone);
-  EXPECT_EQ(s.drain(),
-            (std::vector<std::pair<int16_t, Bytes>>{{2, c_string("http://a.example/")}}));
-  EXPECT_EQ(s.call(rq::ExecuteMenuItems, {Wire().u16(3)}).status, kNotFound);
-  EXPECT_EQ(s.call(rq::ClearAllMenuLists).status, kDone);
-  EXPECT_EQ(s.call(rq::CheckMenuSize).status, kNothing);
-  EXPECT_EQ(s.call(rq::GetMenuNames, {Wire().u16(3)}).status, kNothing);
-  EXPECT_EQ(s.call(rq::ExecuteMenuItems, {Wire().u16(1)}).status, kNotFound);
+  s.steps({{rq::ExecuteMenuItems, Wire().u16(1), kDone}});
+  EXPECT_EQ(s.drain(), (Events{{2, c_string("http://a.example/")}}));
+  s.steps({{rq::ExecuteMenuItems, Wire().u16(3), kNotFound},
+           {rq::ClearAllMenuLists, {}, kDone},
+           {rq::CheckMenuSize, {}, kNothing},
+           {rq::GetMenuNames, Wire().u16(3), kNothing},
+           {rq::ExecuteMenuItems, Wire().u16(1), kNotFound}});
 }
 
 TEST(Press, ReprogramUrlButtonsAskForTheBrowsersPage) {
   Sim s;
   std::array<uint8_t, 36> name{};
   store_be16(&name[34], 0x8000);
-  const Bytes one = items({home_page_actlist[0]});
-  EXPECT_EQ(s.call(rq::SetActionList, {button(20, 0), Wire().u16(1), one}).status, kDone);
-  EXPECT_EQ(s.call(rq::SetActionName, {button(20, 0), name}).status, kDone);
+  s.steps({{rq::SetActionList, button(20, 0).u16(1).raw(items_wire({home_page_actlist[0]})), kDone},
+           {rq::SetActionName, button(20, 0).raw(name), kDone}});
   s.state.global_record(90)[3] = 1;  // the agent's capture flag
   s.sim.press(20, 0);
-  EXPECT_EQ(s.drain(), (std::vector<std::pair<int16_t, Bytes>>{{3, {0, 20}}}));
+  EXPECT_EQ(s.drain(), (Events{{3, {0, 20}}}));
   EXPECT_EQ(s.state.global_record(90)[3], 0);
 }
 
 TEST(LowBattery, AsksForThePreviousTimeThenAlerts) {
   Sim s;
-  auto table = [&] {
-    return s.call(rq::CXAccessGlobalData, {Wire().u32(88).u16(91).u8(2).u8(0)}).data;
-  };
-  auto write_back = [&](Bytes t) {
-    return s.call(rq::CXAccessGlobalData, {Wire().u32(88).u16(91).u8(1).u8(0), t}).status;
+  auto table = [&] { return s.data(rq::CXAccessGlobalData, record_read(91, 88)); };
+  auto write_back = [&](const Bytes& t) {
+    return s.call(rq::CXAccessGlobalData, {record_write(91, t)}).status;
   };
   ASSERT_TRUE(s.sim.low_battery(12));
   EXPECT_EQ(s.sink.messages, (std::vector<Message>{{10, 0}}));
@@ -237,7 +172,7 @@ TEST(ControlCommands, LinesDriveTheSimulation) {
   EXPECT_EQ(run("front  Text Edit "), "ok\n");
   EXPECT_EQ(s.state.apps.front_name(), "Text Edit");
   EXPECT_EQ(run("event 9 4142"), "ok\n");
-  EXPECT_EQ(s.drain(), (std::vector<std::pair<int16_t, Bytes>>{{9, {'A', 'B'}}}));
+  EXPECT_EQ(s.drain(), (Events{{9, {'A', 'B'}}}));
   EXPECT_EQ(run("event 9 414").rfind("error:", 0), 0u);
   EXPECT_EQ(run("event 0").rfind("error:", 0), 0u);
   s.sink.messages.clear();
