@@ -4,7 +4,6 @@
 #include <glib.h>
 #include <unistd.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -27,15 +26,7 @@ constexpr OSType kData = fourcc("data");
 GMainLoop* main_loop = nullptr;
 OSType own_signature = fourcc("VCVX");
 
-[[gnu::format(printf, 1, 2)]] void say(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  std::vprintf(format, args);
-  va_end(args);
-  std::fflush(stdout);
-}
-
-const char* reply_kind(const AppleEvent& reply) {
+const char* kind(const AppleEvent& reply) {
   return reply.is_null() ? "null" : "aevt";
 }
 
@@ -66,33 +57,33 @@ std::vector<uint8_t> mouse_info_record() {
 }
 
 OSErr on_gbac(const AppleEvent&, AppleEvent& reply, intptr_t) {
-  say("gbac reply=%s\n", reply_kind(reply));
+  std::printf("gbac reply=%s\n", kind(reply));
   return reply.put_shor(keyDirectObject, 1);
 }
 
 OSErr on_wprf(const AppleEvent&, AppleEvent& reply, intptr_t) {
-  say("wprf reply=%s\n", reply_kind(reply));
+  std::printf("wprf reply=%s\n", kind(reply));
   return reply.put_shor(keyDirectObject, 0);
 }
 
 OSErr on_rdpf(const AppleEvent& event, AppleEvent& reply, intptr_t) {
-  say("rdpf %d reply=%s\n", data_or_zero(event), reply_kind(reply));
+  std::printf("rdpf %d reply=%s\n", data_or_zero(event), kind(reply));
   return reply.put_shor(keyDirectObject, 0);
 }
 
 OSErr on_minf(const AppleEvent&, AppleEvent& reply, intptr_t) {
-  say("minf reply=%s\n", reply_kind(reply));
+  std::printf("minf reply=%s\n", kind(reply));
   if (reply.is_null()) return errAEDescNotFound;
   return reply.put_param(fourcc("mous"), make_bytes_desc(typeWildCard, mouse_info_record()));
 }
 
 OSErr on_mnex(const AppleEvent& event, AppleEvent& reply, intptr_t) {
-  say("mnex %d reply=%s\n", data_or_zero(event), reply_kind(reply));
+  std::printf("mnex %d reply=%s\n", data_or_zero(event), kind(reply));
   return noErr;
 }
 
 OSErr on_quit(const AppleEvent&, AppleEvent&, intptr_t) {
-  say("quit\n");
+  std::printf("quit\n");
   g_main_loop_quit(main_loop);
   return noErr;
 }
@@ -124,6 +115,7 @@ OSErr on_die(const AppleEvent&, AppleEvent&, intptr_t) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IONBF, 0);  // each line reaches the test at once
   if (argc > 1 && std::strlen(argv[1]) == 4) {
     own_signature = load_be32(reinterpret_cast<const uint8_t*>(argv[1]));
   }
@@ -143,7 +135,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "ae_fake_agent: cannot serve %s\n", fourcc_text(own_signature).c_str());
     return 1;
   }
-  say("ready\n");
+  std::printf("ready\n");
   main_loop = g_main_loop_new(nullptr, FALSE);
   g_main_loop_run(main_loop);
   g_main_loop_unref(main_loop);

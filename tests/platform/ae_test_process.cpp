@@ -2,19 +2,21 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <thread>
 
+extern char** environ;
+
 namespace cx::testing {
 namespace {
-
-pid_t bus_pid = -1;
 
 std::string temp_file() {
   char path[] = "/tmp/cx_ae_test_XXXXXX";
@@ -24,26 +26,9 @@ std::string temp_file() {
 }
 
 std::string read_file(const std::string& path) {
-  std::ifstream in(path);
   std::ostringstream text;
-  text << in.rdbuf();
+  text << std::ifstream(path).rdbuf();
   return text.str();
-}
-
-pid_t spawn(const std::vector<std::string>& argv, const std::string& out, const std::string& err) {
-  const pid_t pid = fork();
-  if (pid == 0) {
-    const int out_fd = open(out.c_str(), O_WRONLY | O_TRUNC);
-    const int err_fd = err.empty() ? STDERR_FILENO : open(err.c_str(), O_WRONLY | O_TRUNC);
-    dup2(out_fd, STDOUT_FILENO);
-    dup2(err_fd, STDERR_FILENO);
-    std::vector<char*> args;
-    for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    execvp(args[0], args.data());
-    _exit(127);
-  }
-  return pid;
 }
 
 int exit_status(int wait_status) {
@@ -52,58 +37,58 @@ int exit_status(int wait_status) {
 
 }  // namespace
 
-bool start_private_bus() {
-  int address_pipe[2];
-  if (pipe(address_pipe) != 0) return false;
-  bus_pid = fork();
-  if (bus_pid == 0) {
-    dup2(address_pipe[1], STDOUT_FILENO);
-    close(address_pipe[0]);
-    execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--print-address=1", nullptr);
+PrivateSessionBus::PrivateSessionBus() {
+  int fds[2];
+  if (pipe(fds) != 0) return;
+  pid_ = fork();
+  if (pid_ == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);  // a crashed test leaves no daemon behind
+    dup2(fds[1], STDOUT_FILENO);
+    close(fds[0]);
+    close(fds[1]);
+    execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--print-address=1",
+           static_cast<char*>(nullptr));
     _exit(127);
   }
-  close(address_pipe[1]);
-  std::string address;
+  close(fds[1]);
   char c = 0;
-  while (read(address_pipe[0], &c, 1) == 1 && c != '\n') address += c;
-  close(address_pipe[0]);
-  return bus_pid > 0 && !address.empty() &&
-         setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1) == 0;
+  while (read(fds[0], &c, 1) == 1 && c != '\n') address_ += c;
+  close(fds[0]);
+  if (c != '\n') address_.clear();
+  if (!address_.empty()) setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
 }
 
-void stop_private_bus() {
-  if (bus_pid > 0) {
-    kill(bus_pid, SIGTERM);
-    waitpid(bus_pid, nullptr, 0);
-  }
-  bus_pid = -1;
+PrivateSessionBus::~PrivateSessionBus() {
+  if (pid_ <= 0) return;
+  kill(pid_, SIGTERM);
+  waitpid(pid_, nullptr, 0);
 }
 
-CommandResult run_command(const std::vector<std::string>& argv) {
-  const std::string out = temp_file();
-  const std::string err = temp_file();
-  CommandResult result;
-  int status = 0;
-  if (waitpid(spawn(argv, out, err), &status, 0) > 0) result.exit_status = exit_status(status);
-  result.out = read_file(out);
-  result.err = read_file(err);
-  unlink(out.c_str());
-  unlink(err.c_str());
-  return result;
-}
-
+// posix_spawn returns once the program runs, so its process name is already its own.
 BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv)
-    : out_path_(temp_file()) {
-  pid_ = spawn(argv, out_path_, "");
+    : out_path_(temp_file()), err_path_(temp_file()) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out_path_.c_str(), O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err_path_.c_str(), O_WRONLY, 0);
+  std::vector<char*> args;
+  for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+  args.push_back(nullptr);
+  if (posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), environ) != 0) pid_ = -1;
+  posix_spawn_file_actions_destroy(&actions);
 }
 
 BackgroundProcess::~BackgroundProcess() {
   terminate();
   unlink(out_path_.c_str());
+  unlink(err_path_.c_str());
 }
 
 std::string BackgroundProcess::output() const {
   return read_file(out_path_);
+}
+std::string BackgroundProcess::errors() const {
+  return read_file(err_path_);
 }
 
 bool BackgroundProcess::wait_for_output(const std::string& text) const {
@@ -123,8 +108,8 @@ int BackgroundProcess::terminate() {
   return exit_status(status);
 }
 
-int BackgroundProcess::wait_exit() {
-  for (int i = 0; i < 500 && pid_ > 0; ++i) {
+int BackgroundProcess::wait_exit(int ms) {
+  for (int i = 0; i < ms / 10 && pid_ > 0; ++i) {
     int status = 0;
     if (waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
@@ -133,6 +118,14 @@ int BackgroundProcess::wait_exit() {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return -1;
+}
+
+CommandResult run_command(const std::vector<std::string>& argv) {
+  BackgroundProcess p(argv);
+  CommandResult result{p.wait_exit(60000), "", ""};
+  result.out = p.output();
+  result.err = p.errors();
+  return result;
 }
 
 }  // namespace cx::testing

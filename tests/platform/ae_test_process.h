@@ -1,5 +1,5 @@
-// Child processes for the Apple-event bus tests: a private session bus,
-// helpers started in the background, and commands run to completion.
+// Child processes for the bus tests: a private session bus, helpers started in
+// the background, and commands run to completion.
 #pragma once
 
 #include <sys/types.h>
@@ -9,21 +9,20 @@
 
 namespace cx::testing {
 
-// Starts a dbus-daemon of its own and points DBUS_SESSION_BUS_ADDRESS at it,
-// so that nothing here touches the user's bus. False when it could not start.
-bool start_private_bus();
-void stop_private_bus();
+// A dbus-daemon of the test's own, named in DBUS_SESSION_BUS_ADDRESS, so that
+// nothing here touches the user's bus. address() is empty when it did not start.
+class PrivateSessionBus {
+ public:
+  PrivateSessionBus();
+  ~PrivateSessionBus();
+  const std::string& address() const { return address_; }
 
-struct CommandResult {
-  int exit_status = -1;  // -1 when it did not exit normally
-  std::string out;
-  std::string err;
+ private:
+  pid_t pid_ = -1;
+  std::string address_;
 };
-// Runs `argv` to completion, capturing both streams.
-CommandResult run_command(const std::vector<std::string>& argv);
 
-// A process running in the background, its stdout kept in a file; stopped with
-// SIGTERM when dropped.
+// A process with its stdout and stderr kept in files; SIGTERM when dropped.
 class BackgroundProcess {
  public:
   explicit BackgroundProcess(const std::vector<std::string>& argv);
@@ -32,18 +31,24 @@ class BackgroundProcess {
   BackgroundProcess& operator=(const BackgroundProcess&) = delete;
 
   pid_t pid() const { return pid_; }
-  // Everything it wrote to stdout so far.
   std::string output() const;
+  std::string errors() const;
   // Waits until its stdout contains `text`; false after five seconds.
   bool wait_for_output(const std::string& text) const;
   // Sends SIGTERM and returns the exit status (-1 if killed by a signal).
   int terminate();
-  // Waits for it to exit by itself; the exit status, or -1 after five seconds.
-  int wait_exit();
+  // Waits for it to exit by itself; the exit status, or -1 after `ms`.
+  int wait_exit(int ms = 5000);
 
  private:
   pid_t pid_ = -1;
-  std::string out_path_;
+  std::string out_path_, err_path_;
 };
+
+struct CommandResult {
+  int exit_status = -1;  // -1 when it did not exit normally
+  std::string out, err;
+};
+CommandResult run_command(const std::vector<std::string>& argv);
 
 }  // namespace cx::testing

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <chrono>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -29,8 +30,12 @@ constexpr OSType kTestSuite = fourcc("cxts");
 
 class PrivateBusEnvironment : public ::testing::Environment {
  public:
-  void SetUp() override { ASSERT_TRUE(testing::start_private_bus()) << "dbus-daemon"; }
-  void TearDown() override { testing::stop_private_bus(); }
+  void SetUp() override {
+    bus_ = std::make_unique<testing::PrivateSessionBus>();
+    ASSERT_FALSE(bus_->address().empty()) << "dbus-daemon";
+  }
+  void TearDown() override { bus_.reset(); }
+  std::unique_ptr<testing::PrivateSessionBus> bus_;
 };
 const auto* const bus_environment = ::testing::AddGlobalTestEnvironment(new PrivateBusEnvironment);
 
@@ -39,22 +44,22 @@ CommandResult corvexctl(std::vector<std::string> args) {
   return run_command(args);
 }
 
-// gdbus call to the agent's Dispatch, the reply as gdbus prints it.
-CommandResult gdbus_dispatch(const std::string& event_class, const std::string& event_id,
-                             const std::string& params) {
-  return run_command({"gdbus", "call", "--session", "--dest", "com.velcorra.corvex.sig.S56435658",
-                      "--object-path", "/com/velcorra/corvex/AppleEvents", "--method",
-                      "com.velcorra.corvex.AppleEvents.Dispatch", event_class, event_id, params});
+// gdbus call to the agent's Dispatch; the reply as gdbus prints it.
+std::string gdbus_dispatch(const std::string& event_class, const std::string& event_id,
+                           const std::string& params) {
+  CommandResult r =
+      run_command({"gdbus", "call", "--session", "--dest", "com.velcorra.corvex.sig.S56435658",
+                   "--object-path", "/com/velcorra/corvex/AppleEvents", "--method",
+                   "com.velcorra.corvex.AppleEvents.Dispatch", event_class, event_id, params});
+  return r.exit_status == 0 ? r.out : "exit " + std::to_string(r.exit_status) + ": " + r.err;
 }
 
-// Waits until `signature` is served by process `pid`.
 bool wait_for_participant(OSType signature, pid_t pid) {
   for (int i = 0; i < 500; ++i) {
     ProcessSerialNumber psn{};
     if (apple_events().find_process_by_signature(signature, psn) == noErr &&
-        psn.lowLongOfPSN == static_cast<uint32_t>(pid)) {
+        psn.lowLongOfPSN == static_cast<uint32_t>(pid))
       return true;
-    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return false;
@@ -71,17 +76,24 @@ AppleEvent to_agent(OSType event_class, const char (&id)[5]) {
   return AppleEvent(event_class, fourcc(id), make_signature_desc(kAgent));
 }
 
-TEST(AppleEventBus, CorvexctlQueriesTheAgent) {
+TEST(AppleEventBus, CorvexctlCommandsReachTheAgentWithTheirData) {
   const auto fake = start_fake();
-  CommandResult status = corvexctl({"status"});
-  EXPECT_EQ(status.exit_status, 0) << status.err;
-  EXPECT_EQ(status.out, "active\n");
-  CommandResult save = corvexctl({"save"});
-  EXPECT_EQ(save.exit_status, 0) << save.err;
-  EXPECT_EQ(save.out, "save result: 0\n");
-
-  CommandResult info = corvexctl({"mouse-info"});
-  EXPECT_EQ(info.exit_status, 0) << info.err;
+  const std::pair<std::vector<std::string>, std::string> ok[] = {
+      {{"status"}, "active\n"},
+      {{"save"}, "save result: 0\n"},
+      {{"restore", "buttons"}, "restore result: 0\n"},
+      {{"restore", "acceleration"}, "restore result: 0\n"},
+      {{"menu-extra", "show"}, ""},
+      {{"menu-extra", "hide"}, ""},
+  };
+  for (const auto& [args, out] : ok) {
+    const CommandResult r = corvexctl(args);
+    EXPECT_EQ(r.exit_status, 0) << args[0] << r.err;
+    EXPECT_EQ(r.out, out) << args[0];
+  }
+  EXPECT_EQ(corvexctl({"restore", "everything"}).exit_status, 2);
+  EXPECT_EQ(corvexctl({"menu-extra"}).exit_status, 2);
+  const CommandResult info = corvexctl({"mouse-info"});
   EXPECT_EQ(
       info.out,
       "size: 180\nversion: 0x0300\nrevision: 1\ndevices: 2\ndescriptors: 5\n"
@@ -91,52 +103,31 @@ TEST(AppleEventBus, CorvexctlQueriesTheAgent) {
       "device 2:\n  UniqueID: 0x12345678\n"
       "  capabilities: 0x00001d03 (3 buttons, wireless, wheel, pan wheel, wheel reversed)\n"
       "  DevType: 11\n  DevKind: 12\n  WirelessBatteryID: 13\n  MoveMultiplier: 14\n"
-      "  AccelerationTableIndex: 15\n  NumPresets: 16\n  FirstPreset: 17\n");
-  EXPECT_EQ(fake->output(), "ready\ngbac reply=aevt\nwprf reply=aevt\nminf reply=aevt\n");
-}
-
-TEST(AppleEventBus, CorvexctlCommandsCarryTheirData) {
-  const auto fake = start_fake();
-  for (const char* what : {"buttons", "acceleration"}) {
-    CommandResult restore = corvexctl({"restore", what});
-    EXPECT_EQ(restore.exit_status, 0) << restore.err;
-    EXPECT_EQ(restore.out, "restore result: 0\n");
-  }
-  EXPECT_EQ(corvexctl({"menu-extra", "show"}).exit_status, 0);
-  EXPECT_EQ(corvexctl({"menu-extra", "hide"}).exit_status, 0);
-  EXPECT_EQ(corvexctl({"restore", "everything"}).exit_status, 2);
-  EXPECT_EQ(corvexctl({"menu-extra"}).exit_status, 2);
+      "  AccelerationTableIndex: 15\n  NumPresets: 16\n  FirstPreset: 17\n")
+      << info.err;
   EXPECT_EQ(corvexctl({"quit"}).exit_status, 0);
   EXPECT_EQ(fake->wait_exit(), 0);
   EXPECT_EQ(fake->output(),
-            "ready\nrdpf 1 reply=aevt\nrdpf 2 reply=aevt\nmnex 1 reply=aevt\n"
-            "mnex 0 reply=aevt\nquit\n");
+            "ready\ngbac reply=aevt\nwprf reply=aevt\nrdpf 1 reply=aevt\nrdpf 2 reply=aevt\n"
+            "mnex 1 reply=aevt\nmnex 0 reply=aevt\nminf reply=aevt\nquit\n");
 }
 
 TEST(AppleEventBus, GdbusCallSpeaksTheWireForm) {
   const auto fake = start_fake();
   // gbac: reply '----' 'shor' 1.
-  CommandResult gbac = gdbus_dispatch("0x63787678", "0x67626163", "[]");
-  EXPECT_EQ(gbac.out, "([(uint32 757935405, uint32 1936224114, [byte 0x00, 0x01])],)\n")
-      << gbac.err;
-  // mnex with 'data' 'shor' 1.
-  gdbus_dispatch("0x63787678", "0x6d6e6578", "[(0x64617461, 0x73686f72, [0x00, 0x01])]");
+  EXPECT_EQ(gdbus_dispatch("0x63787678", "0x67626163", "[]"),
+            "([(uint32 757935405, uint32 1936224114, [byte 0x00, 0x01])],)\n");
   // Parameters come back in order; refc is the handler's refcon 0x1234.
-  CommandResult echo = gdbus_dispatch("0x63787473", "0x6563686f",
-                                      "[(0x62746e69, 0x54455854, [0x03]), "
-                                      "(0x64617461, 0x6c6f6e67, [0, 0, 1, 0])]");
-  EXPECT_EQ(echo.out,
+  EXPECT_EQ(gdbus_dispatch("0x63787473", "0x6563686f",
+                           "[(0x62746e69, 0x54455854, [0x03]), "
+                           "(0x64617461, 0x6c6f6e67, [0, 0, 1, 0])]"),
             "([(uint32 1651797609, uint32 1413830740, [byte 0x03]), "
             "(1684108385, 1819242087, [0x00, 0x00, 0x01, 0x00]), "
             "(1919247971, 1819242087, [0x00, 0x00, 0x12, 0x34]), "
-            "(1936287598, 1936287598, [0x56, 0x43, 0x56, 0x58])],)\n")
-      << echo.err;
+            "(1936287598, 1936287598, [0x56, 0x43, 0x56, 0x58])],)\n");
   // Nobody handles cxvx/none: errn -1708, never a D-Bus error.
-  CommandResult unhandled = gdbus_dispatch("0x63787678", "0x6e6f6e65", "[]");
-  EXPECT_EQ(unhandled.exit_status, 0);
-  EXPECT_EQ(unhandled.out,
+  EXPECT_EQ(gdbus_dispatch("0x63787678", "0x6e6f6e65", "[]"),
             "([(uint32 1701999214, uint32 1819242087, [byte 0xff, 0xff, 0xf9, 0x54])],)\n");
-  EXPECT_EQ(fake->output(), "ready\ngbac reply=aevt\nmnex 1 reply=aevt\n");
 }
 
 TEST(AppleEventBus, NoReplySendsReachHandlersWithANullReply) {
@@ -151,7 +142,7 @@ TEST(AppleEventBus, NoReplySendsReachHandlersWithANullReply) {
   EXPECT_EQ(fake->output(), "ready\nmnex 1 reply=null\nminf reply=null\n");
 }
 
-TEST(AppleEventBus, HandlerErrorsAndExceptionsComeBackAsErrn) {
+TEST(AppleEventBus, HandlerErrorsExceptionsDeathAndTimeouts) {
   const auto fake = start_fake();
   AppleEvent fail = to_agent(kTestSuite, "fail");
   fail.put_shor(fourcc("data"), -43);
@@ -161,10 +152,13 @@ TEST(AppleEventBus, HandlerErrorsAndExceptionsComeBackAsErrn) {
             (std::vector<AppleEvent::Parameter>{{keyErrorNumber, make_long_desc(-43)}}));
   ASSERT_EQ(apple_events().send(to_agent(kTestSuite, "thrw"), &reply, AESendMode::wait_reply),
             noErr);
-  int32_t err = 0;
-  EXPECT_EQ(reply.get_long(keyErrorNumber, err), noErr);
-  EXPECT_EQ(err, errAEEventFailed);
+  EXPECT_EQ(*reply.find_param(keyErrorNumber), make_long_desc(errAEEventFailed));
   EXPECT_EQ(fake->output(), "ready\nfake thrw - Exception occurred\n");
+  // -1712, then -609 when the target dies mid-call.
+  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "slow"), &reply, AESendMode::wait_reply, 30),
+            errAETimeout);
+  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "die!"), &reply, AESendMode::wait_reply),
+            connectionInvalid);
 }
 
 TEST(AppleEventBus, MissingTargetIsProcNotFound) {
@@ -179,43 +173,10 @@ TEST(AppleEventBus, MissingTargetIsProcNotFound) {
   AppleEvent to_self(fourcc("cxvx"), fourcc("gbac"),
                      make_psn_desc({0, static_cast<uint32_t>(getpid())}));
   EXPECT_EQ(apple_events().send(to_self, &reply, AESendMode::wait_reply), procNotFound);
-
-  CommandResult status = corvexctl({"status"});
+  const CommandResult status = corvexctl({"status"});
   EXPECT_EQ(status.exit_status, 1);
   EXPECT_EQ(status.out, "");
   EXPECT_EQ(status.err, "corvexctl: the agent (VCVX) is not running (-600)\n");
-}
-
-TEST(AppleEventBus, TargetVanishingMidCallIsConnectionInvalid) {
-  const auto fake = start_fake();
-  AppleEvent reply;
-  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "die!"), &reply, AESendMode::wait_reply),
-            connectionInvalid);
-}
-
-TEST(AppleEventBus, SlowHandlerTimesOut) {
-  const auto fake = start_fake();
-  AppleEvent reply;
-  EXPECT_EQ(apple_events().send(to_agent(kTestSuite, "slow"), &reply, AESendMode::wait_reply, 30),
-            errAETimeout);
-}
-
-TEST(AppleEventBus, PsnTargetsReachTheProcessWithThatPid) {
-  const auto agent = start_fake("VCVX");
-  const auto host = start_fake("sprf");
-  ASSERT_TRUE(wait_for_participant(kAgent, agent->pid()));
-  ASSERT_TRUE(wait_for_participant(fourcc("sprf"), host->pid()));
-  for (const auto& [signature, pid] :
-       {std::pair{kAgent, agent->pid()}, std::pair{fourcc("sprf"), host->pid()}}) {
-    ProcessSerialNumber psn{};
-    ASSERT_EQ(apple_events().find_process_by_signature(signature, psn), noErr);
-    EXPECT_EQ(psn, (ProcessSerialNumber{0, static_cast<uint32_t>(pid)}));
-    AppleEvent echo(kTestSuite, fourcc("echo"), make_psn_desc(psn));
-    AppleEvent reply;
-    ASSERT_EQ(apple_events().send(echo, &reply, AESendMode::wait_reply), noErr);
-    ASSERT_NE(reply.find_param(fourcc("sign")), nullptr);
-    EXPECT_EQ(*reply.find_param(fourcc("sign")), make_signature_desc(signature));
-  }
 }
 
 // Runs the main loop until the directory lists exactly `expected`; false after five seconds.
@@ -233,16 +194,28 @@ bool directory_becomes(const std::vector<std::pair<OSType, pid_t>>& expected) {
   return false;
 }
 
-TEST(AppleEventBus, ParticipantDirectoryFollowsTheBus) {
+TEST(AppleEventBus, PsnTargetsAndTheParticipantDirectoryFollowTheBus) {
   auto agent = start_fake("VCVX");
   EXPECT_TRUE(directory_becomes({{kAgent, agent->pid()}}));
   const auto host = start_fake("sprf");
-  EXPECT_TRUE(directory_becomes({{kAgent, agent->pid()}, {fourcc("sprf"), host->pid()}}));
+  ASSERT_TRUE(directory_becomes({{kAgent, agent->pid()}, {fourcc("sprf"), host->pid()}}));
+  for (const auto& [signature, pid] :
+       {std::pair{kAgent, agent->pid()}, std::pair{fourcc("sprf"), host->pid()}}) {
+    ProcessSerialNumber psn{};
+    ASSERT_EQ(apple_events().find_process_by_signature(signature, psn), noErr);
+    EXPECT_EQ(psn, (ProcessSerialNumber{0, static_cast<uint32_t>(pid)}));
+    AppleEvent reply;
+    ASSERT_EQ(apple_events().send(AppleEvent(kTestSuite, fourcc("echo"), make_psn_desc(psn)),
+                                  &reply, AESendMode::wait_reply),
+              noErr);
+    ASSERT_NE(reply.find_param(fourcc("sign")), nullptr);
+    EXPECT_EQ(*reply.find_param(fourcc("sign")), make_signature_desc(signature));
+  }
   agent.reset();
   EXPECT_TRUE(directory_becomes({{fourcc("sprf"), host->pid()}}));
 }
 
-// Starts `corvexctl monitor ARGS`, sends the four notifications, returns the bdac answer.
+// Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac answer.
 int16_t run_monitor_session(const std::vector<std::string>& args, std::string& printed) {
   std::vector<std::string> argv{CX_CORVEXCTL, "monitor"};
   argv.insert(argv.end(), args.begin(), args.end());
@@ -252,53 +225,45 @@ int16_t run_monitor_session(const std::vector<std::string>& args, std::string& p
     AppleEvent note(fourcc("cxvx"), id, make_signature_desc(kControlPanel));
     EXPECT_EQ(apple_events().send(note, nullptr, AESendMode::no_reply, kNoTimeOut), noErr);
   }
-  AppleEvent bdac(fourcc("cxvx"), fourcc("bdac"), make_signature_desc(kControlPanel));
   AppleEvent reply;
   int16_t answer = -1;
-  EXPECT_EQ(apple_events().send(bdac, &reply, AESendMode::wait_reply, kNoTimeOut), noErr);
+  EXPECT_EQ(apple_events().send(
+                AppleEvent(fourcc("cxvx"), fourcc("bdac"), make_signature_desc(kControlPanel)),
+                &reply, AESendMode::wait_reply, kNoTimeOut),
+            noErr);
   EXPECT_EQ(reply.get_shor(keyDirectObject, answer), noErr);
   EXPECT_EQ(monitor.terminate(), 0);
-  printed = monitor.output();
-  return answer;
-}
-
-// Each line without its "YYYY-MM-DD HH:MM:SS.mmm " stamp; a line without one is marked.
-std::string without_stamps(const std::string& printed) {
-  constexpr std::string_view mask = "dddd-dd-dd dd:dd:dd.ddd ";
-  std::string rest;
-  size_t start = 0;
-  for (size_t end; (end = printed.find('\n', start)) != std::string::npos; start = end + 1) {
-    const std::string_view line(printed.data() + start, end - start);
+  // Each line without its "YYYY-MM-DD HH:MM:SS.mmm " stamp; a line without one is marked.
+  std::istringstream lines(monitor.output());
+  printed.clear();
+  for (std::string line; std::getline(lines, line);) {
+    constexpr std::string_view mask = "dddd-dd-dd dd:dd:dd.ddd ";
     bool stamped = line.size() > mask.size();
     for (size_t i = 0; stamped && i < mask.size(); ++i)
       stamped = mask[i] == 'd' ? std::isdigit(static_cast<unsigned char>(line[i])) != 0
                                : line[i] == mask[i];
-    rest += stamped ? std::string(line.substr(mask.size())) : "<no stamp> " + std::string(line);
-    rest += '\n';
+    printed += (stamped ? line.substr(mask.size()) : "<no stamp> " + line) + "\n";
   }
-  return rest + printed.substr(start);
+  return answer;
 }
 
 TEST(AppleEventBus, MonitorPrintsNotificationsAndAnswersBdac) {
   std::string printed;
   EXPECT_EQ(run_monitor_session({"--save"}, printed), 1);
-  EXPECT_EQ(without_stamps(printed),
+  EXPECT_EQ(printed,
             "monitoring as VCXT; bdac will be answered 1 (save)\n"
             "UPDt: the attached mice changed\n"
             "cord: a chord was pressed\n"
             "bact: the agent is active in this session\n"
             "bdac: the agent is deactivating; answered 1 (save)\n");
   EXPECT_EQ(run_monitor_session({"--no-save"}, printed), 0);
-  EXPECT_NE(
-      without_stamps(printed).find("\nbdac: the agent is deactivating; answered 0 (do not save)\n"),
-      std::string::npos);
+  EXPECT_NE(printed.find("\nbdac: the agent is deactivating; answered 0 (do not save)\n"),
+            std::string::npos);
   EXPECT_EQ(run_monitor_session({}, printed), 0);
-}
-
-TEST(AppleEventBus, SecondMonitorFindsTheSignatureTaken) {
+  // A second monitor finds the signature taken.
   BackgroundProcess first({CX_CORVEXCTL, "monitor"});
   ASSERT_TRUE(wait_for_participant(kControlPanel, first.pid()));
-  CommandResult second = corvexctl({"monitor", "--save"});
+  const CommandResult second = corvexctl({"monitor", "--save"});
   EXPECT_EQ(second.exit_status, 3);
   EXPECT_EQ(second.err, "corvexctl: another control panel (VCXT) is already running\n");
 }

@@ -110,77 +110,62 @@ OSErr fail_with_data(const AppleEvent& event, AppleEvent&, intptr_t) {
   event.get_shor(fourcc("data"), err);
   return err;
 }
-OSErr throw_error(const AppleEvent&, AppleEvent&, intptr_t) {
-  throw std::runtime_error("x");
-}
-OSErr throw_int(const AppleEvent&, AppleEvent&, intptr_t) {
-  throw 1;
+
+AppleEvent event(const char (&id)[5]) {
+  return AppleEvent(fourcc("cxvx"), fourcc(id), AEDesc{});
 }
 
-class HandlerTableTest : public ::testing::Test {
- protected:
-  static AppleEvent event(const char (&id)[5]) {
-    return AppleEvent(fourcc("cxvx"), fourcc(id), AEDesc{});
-  }
+TEST(HandlerTable, RefconReplacementErrnAnd1708) {
   AEHandlerTable table;
-};
-
-TEST_F(HandlerTableTest, HandlerGetsRefconAndReplaceKeepsTheLast) {
   ASSERT_EQ(table.install(fourcc("cxvx"), fourcc("gbac"), answer_refcon, 1), noErr);
-  ASSERT_EQ(table.install(fourcc("cxvx"), fourcc("gbac"), answer_refcon, fourcc("gbac")), noErr);
+  ASSERT_EQ(table.install(fourcc("cxvx"), fourcc("gbac"), answer_refcon, 7), noErr);
   AppleEvent reply = AppleEvent::make_reply();
   EXPECT_EQ(table.dispatch(event("gbac"), reply), noErr);
-  int32_t refcon = 0;
-  EXPECT_EQ(reply.get_long(keyDirectObject, refcon), noErr);
-  EXPECT_EQ(refcon, static_cast<int32_t>(fourcc("gbac")));
-  EXPECT_EQ(reply.find_param(keyErrorNumber), nullptr);
-  // Another class with the same ID is another event.
-  AppleEvent other(fourcc("aevt"), fourcc("gbac"), AEDesc{});
-  AppleEvent other_reply = AppleEvent::make_reply();
-  EXPECT_EQ(table.dispatch(other, other_reply), errAEEventNotHandled);
-}
+  EXPECT_EQ(reply.parameters(),
+            (std::vector<AppleEvent::Parameter>{{keyDirectObject, make_long_desc(7)}}));
+  // Another class with the same ID is another event: errn -1708.
+  reply = AppleEvent::make_reply();
+  EXPECT_EQ(table.dispatch(AppleEvent(fourcc("aevt"), fourcc("gbac"), AEDesc{}), reply),
+            errAEEventNotHandled);
+  EXPECT_EQ(*reply.find_param(keyErrorNumber), make_long_desc(errAEEventNotHandled));
 
-TEST_F(HandlerTableTest, NonZeroResultTravelsAsErrnLong) {
+  // A non-zero result travels as errn, a long; without a reply it is only returned.
   table.install(fourcc("cxvx"), fourcc("fail"), fail_with_data, 0);
   AppleEvent failing = event("fail");
   failing.put_shor(fourcc("data"), -43);
-  AppleEvent reply = AppleEvent::make_reply();
+  reply = AppleEvent::make_reply();
   EXPECT_EQ(table.dispatch(failing, reply), -43);
-  ASSERT_NE(reply.find_param(keyErrorNumber), nullptr);
-  EXPECT_EQ(*reply.find_param(keyErrorNumber), make_long_desc(-43));
-  // Without a reply the result is only returned.
+  EXPECT_EQ(reply.parameters(),
+            (std::vector<AppleEvent::Parameter>{{keyErrorNumber, make_long_desc(-43)}}));
   AppleEvent none;
   EXPECT_EQ(table.dispatch(failing, none), -43);
   EXPECT_TRUE(none.parameters().empty());
+
+  EXPECT_TRUE(table.has_handler(fourcc("cxvx"), fourcc("gbac")));
+  EXPECT_EQ(table.remove(fourcc("cxvx"), fourcc("gbac")), noErr);
+  EXPECT_EQ(table.remove(fourcc("cxvx"), fourcc("gbac")), errAEEventNotHandled);
+  reply = AppleEvent::make_reply();
+  EXPECT_EQ(table.dispatch(event("gbac"), reply), errAEEventNotHandled);
+  EXPECT_EQ(table.install(fourcc("cxvx"), fourcc("gbac"), nullptr, 0), paramErr);
 }
 
-TEST_F(HandlerTableTest, UnhandledAndRemovedEventsAnswer1708) {
-  AppleEvent reply = AppleEvent::make_reply();
-  EXPECT_EQ(table.dispatch(event("wprf"), reply), errAEEventNotHandled);
-  EXPECT_EQ(*reply.find_param(keyErrorNumber), make_long_desc(errAEEventNotHandled));
-  table.install(fourcc("cxvx"), fourcc("wprf"), answer_refcon, 0);
-  EXPECT_TRUE(table.has_handler(fourcc("cxvx"), fourcc("wprf")));
-  EXPECT_EQ(table.remove(fourcc("cxvx"), fourcc("wprf")), noErr);
-  EXPECT_EQ(table.remove(fourcc("cxvx"), fourcc("wprf")), errAEEventNotHandled);
-  AppleEvent after = AppleEvent::make_reply();
-  EXPECT_EQ(table.dispatch(event("wprf"), after), errAEEventNotHandled);
-  EXPECT_EQ(table.install(fourcc("cxvx"), fourcc("wprf"), nullptr, 0), paramErr);
-}
-
-TEST_F(HandlerTableTest, ExceptionsAreCaughtAndReportedWithTheHandlersLine) {
-  table.install(fourcc("cxvx"), fourcc("thrw"), throw_error, 0,
-                "CXAEMgr::GetDataSizeEventHandler - Exception occurred\n");
-  table.install(fourcc("cxvx"), fourcc("thri"), throw_int, 0);
+TEST(HandlerTable, ExceptionsAreCaughtAndReportedWithTheHandlersLine) {
+  AEHandlerTable table;
+  table.install(
+      fourcc("cxvx"), fourcc("thrw"),
+      [](const AppleEvent&, AppleEvent&, intptr_t) -> OSErr { throw std::runtime_error("x"); }, 0,
+      "CXAEMgr::GetDataSizeEventHandler - Exception occurred\n");
+  table.install(
+      fourcc("cxvx"), fourcc("thri"),
+      [](const AppleEvent&, AppleEvent&, intptr_t) -> OSErr { throw 1; }, 0);
   AppleEvent reply = AppleEvent::make_reply();
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(table.dispatch(event("thrw"), reply), errAEEventFailed);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
             "CXAEMgr::GetDataSizeEventHandler - Exception occurred\n");
   EXPECT_EQ(*reply.find_param(keyErrorNumber), make_long_desc(errAEEventFailed));
-
-  AppleEvent quiet = AppleEvent::make_reply();
   ::testing::internal::CaptureStdout();
-  EXPECT_EQ(table.dispatch(event("thri"), quiet), errAEEventFailed);
+  EXPECT_EQ(table.dispatch(event("thri"), reply), errAEEventFailed);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
 }
 

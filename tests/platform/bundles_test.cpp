@@ -100,7 +100,7 @@ TEST_F(BundleTest, HelperBundleLoadsAndFindsFunctions) {
   EXPECT_NE(error.find("Host.so"), std::string::npos) << error;
 }
 
-TEST_F(BundleTest, InterfaceFileAndItsMenuBar) {
+TEST_F(BundleTest, InterfaceFilesAndTheirMenuBar) {
   std::unique_ptr<platform::NibReference> nib;
   EXPECT_EQ(platform::create_nib_reference(*host(), "Face", nib),
             platform::nib_status::cant_find_nib_file);
@@ -128,12 +128,10 @@ TEST_F(BundleTest, InterfaceFileAndItsMenuBar) {
             platform::nib_status::cant_find_nib_file);
   EXPECT_EQ(open_nib("<menu id=\"MenuBar\"/>", nib), platform::nib_status::cant_find_nib_file);
   EXPECT_FALSE(nib);
-}
 
-TEST_F(BundleTest, AgentInterfaceFileHasItsMenuBar) {
+  // The agent's own interface file has its menu bar.
   fs::copy_file(fs::path(CX_RESOURCES_DIR) / "CXBackGroundApp.ui",
                 resources_ / "CXBackGroundApp.ui");
-  std::unique_ptr<platform::NibReference> nib;
   ASSERT_EQ(platform::create_nib_reference(*host(), "CXBackGroundApp", nib), 0);
   EXPECT_EQ(platform::set_menu_bar_from_nib(*nib, "MenuBar"), 0);
 }

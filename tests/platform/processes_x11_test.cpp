@@ -2,15 +2,11 @@
 // manager: the test plays its part, creating windows and setting the EWMH
 // properties on them and on the root, and receiving activation requests.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +15,7 @@
 
 #include "platform/linux/processes_x11.h"
 #include "platform/processes.h"
+#include "tests/platform/ae_test_process.h"
 #include "tests/support/xvfb.h"
 
 namespace cx::platform {
@@ -31,25 +28,6 @@ std::string name_of(const ProcessInfo& info) {
 ProcessSerialNumber psn_of(pid_t pid) {
   return {0, static_cast<uint32_t>(pid)};
 }
-
-// A process with a known name ("sleep") that the test can point windows at.
-class Sleeper {
- public:
-  Sleeper() {
-    const char* argv[] = {"sleep", "60", nullptr};
-    if (posix_spawnp(&pid_, "sleep", nullptr, nullptr, const_cast<char**>(argv), environ) != 0)
-      pid_ = -1;
-  }
-  ~Sleeper() {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-  pid_t pid() const { return pid_; }
-
- private:
-  pid_t pid_ = -1;
-};
 
 // The window manager's side, as far as the process service reads it.
 class Desktop {
@@ -171,12 +149,14 @@ class X11Processes : public ::testing::Test {
   static test::Xvfb* server_;
   std::unique_ptr<Desktop> desktop_;
   std::unique_ptr<Processes> service_ = make_x11_processes();
-  Sleeper sleeper_, other_sleeper_;
+  // Processes with a known name ("sleep") that the test can point windows at.
+  testing::BackgroundProcess sleeper_{{"sleep", "60"}}, other_sleeper_{{"sleep", "60"}};
   const pid_t self_ = getpid();
 };
 
 test::Xvfb* X11Processes::server_ = nullptr;
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 TEST_F(X11Processes, FrontProcessFollowsTheActiveWindow) {
@@ -211,21 +191,13 @@ TEST_F(X11Processes, FrontProcessFollowsTheActiveWindow) {
   EXPECT_EQ(service_->front_process(psn), procNotFound);
   desktop_->set_active(XCB_NONE);
   EXPECT_EQ(service_->front_process(psn), procNotFound);
-}
 
-TEST_F(X11Processes, InformationForAProcessNotFrontIsFoundThroughTheClientList) {
-  const xcb_window_t first = desktop_->window(other_sleeper_.pid(), "x\0Editor\0"sv);
-  const xcb_window_t second = desktop_->window(self_, "y\0Terminal\0"sv);
-  desktop_->set_clients({first, second});
-  desktop_->set_active(second);
-
-  ProcessInfo info{};
-  ASSERT_EQ(service_->process_information(psn_of(other_sleeper_.pid()), info), noErr);
-  EXPECT_EQ(name_of(info), "Editor");
-  // Not listed, not on the bus: unknown, as are malformed serial numbers.
-  EXPECT_EQ(service_->process_information(psn_of(sleeper_.pid()), info), procNotFound);
-  EXPECT_EQ(service_->process_information({1, static_cast<uint32_t>(self_)}, info), procNotFound);
-  EXPECT_EQ(service_->process_information(kNoProcess, info), procNotFound);
+  // A long class name, without its terminating NUL, is cut to a Pascal string.
+  desktop_->set_active(desktop_->window(self_, "i\0"s + std::string(300, 'N')));
+  ASSERT_EQ(service_->front_process(psn), noErr);
+  ASSERT_EQ(service_->process_information(psn, info), noErr);
+  EXPECT_EQ(info.name[0], 255);
+  EXPECT_EQ(name_of(info), std::string(255, 'N'));
 }
 
 TEST_F(X11Processes, ListHasEachWindowedProcessOnceThenTheBusOnlyParticipants) {
@@ -259,6 +231,9 @@ TEST_F(X11Processes, ListHasEachWindowedProcessOnceThenTheBusOnlyParticipants) {
   EXPECT_EQ(name_of(info), "sleep");
   ASSERT_EQ(service_->process_information(psn_of(sleeper_.pid()), info), noErr);
   EXPECT_EQ(info.signature, kUnknownSignature);
+  // Malformed serial numbers are unknown.
+  EXPECT_EQ(service_->process_information({1, static_cast<uint32_t>(self_)}, info), procNotFound);
+  EXPECT_EQ(service_->process_information(kNoProcess, info), procNotFound);
 
   // A serial number that is not in the list cannot be continued from.
   psn = psn_of(999999);
@@ -266,20 +241,6 @@ TEST_F(X11Processes, ListHasEachWindowedProcessOnceThenTheBusOnlyParticipants) {
   // A participant that left the bus is gone with it.
   set_signature_directory(nullptr);
   EXPECT_EQ(service_->process_information(psn_of(other_sleeper_.pid()), info), procNotFound);
-}
-
-TEST_F(X11Processes, LongClassNamesAreCutToAPascalString) {
-  std::string wm_class = "i";
-  wm_class += '\0';
-  wm_class += std::string(300, 'N');  // no terminating NUL either
-  const xcb_window_t w = desktop_->window(self_, wm_class);
-  desktop_->set_active(w);
-  ProcessSerialNumber psn{};
-  ProcessInfo info{};
-  ASSERT_EQ(service_->front_process(psn), noErr);
-  ASSERT_EQ(service_->process_information(psn, info), noErr);
-  EXPECT_EQ(info.name[0], 255);
-  EXPECT_EQ(name_of(info), std::string(255, 'N'));
 }
 
 TEST_F(X11Processes, BringingToFrontAsksTheWindowManagerForTheTopmostWindow) {
@@ -303,60 +264,52 @@ TEST_F(X11Processes, BringingToFrontAsksTheWindowManagerForTheTopmostWindow) {
   EXPECT_FALSE(desktop_->client_message().has_value());
 }
 
-TEST_F(X11Processes, WithoutADisplayEveryDesktopCallFailsAndALaterDisplayIsUsed) {
+TEST_F(X11Processes, WithoutADisplayOrAfterLosingItCallsFailAndALaterDisplayIsUsed) {
+  test::Xvfb doomed;
+  ASSERT_FALSE(doomed.display().empty());
+  setenv("DISPLAY", doomed.display().c_str(), 1);
+  auto lost = make_x11_processes();
+  {
+    Desktop there(doomed.display());
+    there.set_active(there.window(self_, "a\0Doomed\0"sv));
+    ProcessSerialNumber psn{};
+    ASSERT_EQ(lost->front_process(psn), noErr);
+  }
+  doomed.stop();
   unsetenv("DISPLAY");
   auto headless = make_x11_processes();
-  ProcessSerialNumber psn = kNoProcess;
-  ProcessInfo info{};
-  EXPECT_EQ(headless->front_process(psn), procNotFound);
-  EXPECT_EQ(headless->process_information(psn_of(self_), info), procNotFound);
-  EXPECT_EQ(headless->next_process(psn), procNotFound);
-  EXPECT_EQ(headless->set_front_process(psn_of(self_)), procNotFound);
-
+  for (Processes* service : {lost.get(), headless.get()}) {
+    ProcessSerialNumber psn = kNoProcess;
+    ProcessInfo info{};
+    EXPECT_EQ(service->front_process(psn), procNotFound);
+    EXPECT_EQ(service->process_information(psn_of(self_), info), procNotFound);
+    EXPECT_EQ(service->next_process(psn), procNotFound);
+    EXPECT_EQ(service->set_front_process(psn_of(self_)), procNotFound);
+  }
   // A display nobody serves fails the same way.
   setenv("DISPLAY", ":4093", 1);
+  ProcessSerialNumber psn = kNoProcess;
   EXPECT_EQ(headless->front_process(psn), procNotFound);
 
   // Bus participants need no display.
   FakeDirectory directory;
   directory.list = {{fourcc("VCXT"), sleeper_.pid()}};
   set_signature_directory(&directory);
-  psn = kNoProcess;
   ASSERT_EQ(headless->next_process(psn), noErr);
   EXPECT_EQ(psn, psn_of(sleeper_.pid()));
+  ProcessInfo info{};
   ASSERT_EQ(headless->process_information(psn, info), noErr);
   EXPECT_EQ(info.signature, fourcc("VCXT"));
 
-  // The display comes: the next call connects.
+  // The display comes (back): the next call connects.
   setenv("DISPLAY", server_->display().c_str(), 1);
   desktop_->set_active(desktop_->window(self_, "a\0Late\0"sv));
-  ASSERT_EQ(headless->front_process(psn), noErr);
-  EXPECT_EQ(psn, psn_of(self_));
-}
-
-TEST_F(X11Processes, ALostServerIsFailureAndTheNextServerIsFound) {
-  test::Xvfb doomed;
-  ASSERT_FALSE(doomed.display().empty());
-  setenv("DISPLAY", doomed.display().c_str(), 1);
-  auto service = make_x11_processes();
-  {
-    Desktop there(doomed.display());
-    there.set_active(there.window(self_, "a\0Doomed\0"sv));
-    ProcessSerialNumber psn{};
+  for (Processes* service : {lost.get(), headless.get()}) {
     ASSERT_EQ(service->front_process(psn), noErr);
+    EXPECT_EQ(psn, psn_of(self_));
+    ASSERT_EQ(service->process_information(psn, info), noErr);
+    EXPECT_EQ(name_of(info), "Late");
   }
-  doomed.stop();
-  ProcessSerialNumber psn{};
-  ProcessInfo info{};
-  EXPECT_EQ(service->front_process(psn), procNotFound);
-  EXPECT_EQ(service->process_information(psn_of(self_), info), procNotFound);
-  EXPECT_EQ(service->set_front_process(psn_of(self_)), procNotFound);
-
-  setenv("DISPLAY", server_->display().c_str(), 1);
-  desktop_->set_active(desktop_->window(self_, "a\0Back\0"sv));
-  ASSERT_EQ(service->front_process(psn), noErr);
-  ASSERT_EQ(service->process_information(psn, info), noErr);
-  EXPECT_EQ(name_of(info), "Back");
 }
 
 }  // namespace

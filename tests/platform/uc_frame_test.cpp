@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/linux/uc_frame.h"
+#include "util/byte_order.h"
 
 namespace cx::uc {
 namespace {
@@ -26,8 +27,9 @@ TEST(UcFrame, DriverFramesAreBigEndianAndUnpadded) {
                    0, 0, 0, 1,  0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE}));
 }
 
-// Feeds `bytes` in pieces of `step`, collecting frames until one is refused.
-std::vector<Bytes> cut(FrameAssembler& a, const Bytes& bytes, std::size_t step, bool& refused) {
+// Feeds `bytes` in pieces of `step`, collecting frames until one is refused;
+// bytes left over count as refused too.
+std::vector<Bytes> cut(FrameAssembler&& a, const Bytes& bytes, std::size_t step, bool& refused) {
   std::vector<Bytes> frames;
   refused = false;
   for (std::size_t at = 0; at < bytes.size() && !refused;) {
@@ -42,6 +44,7 @@ std::vector<Bytes> cut(FrameAssembler& a, const Bytes& bytes, std::size_t step, 
       frames.emplace_back(frame.begin(), frame.end());
     refused = r == FrameAssembler::Result::Malformed;
   }
+  refused = refused || a.has_bytes();
   return frames;
 }
 
@@ -49,36 +52,35 @@ TEST(UcFrame, AssemblerCutsAStreamWhateverItsPieces) {
   Bytes stream;
   for (const uint32_t length : {8u, 20u, 65536u, 9u}) {
     Bytes frame(length, static_cast<uint8_t>(length));
-    frame[0] = static_cast<uint8_t>(length >> 24);
-    frame[1] = static_cast<uint8_t>(length >> 16);
-    frame[2] = static_cast<uint8_t>(length >> 8);
-    frame[3] = static_cast<uint8_t>(length);
+    store_be32(frame.data(), length);
     stream.insert(stream.end(), frame.begin(), frame.end());
   }
   for (const std::size_t step :
        {std::size_t{1}, std::size_t{7}, std::size_t{4096}, stream.size()}) {
-    FrameAssembler a(kMaxFrame, kMaxFrame);
     bool refused = false;
-    const std::vector<Bytes> frames = cut(a, stream, step, refused);
-    EXPECT_FALSE(refused);
+    const std::vector<Bytes> frames =
+        cut(FrameAssembler(kMaxFrame, kMaxFrame), stream, step, refused);
+    EXPECT_FALSE(refused) << step;
     ASSERT_EQ(frames.size(), 4u) << step;
     EXPECT_EQ(frames[2].size(), 65536u);
     EXPECT_EQ(frames[3].back(), 9);
-    EXPECT_FALSE(a.has_bytes());
   }
 }
 
 TEST(UcFrame, AssemblerRefusesImpossibleLengthsFromTheHeaderAlone) {
   bool refused = false;
-  FrameAssembler a(kMaxFrame, kMaxFrame);
-  EXPECT_TRUE(cut(a, {0, 1, 0, 1, 0, 0, 0, 2}, 8, refused).empty());
+  EXPECT_TRUE(
+      cut(FrameAssembler(kMaxFrame, kMaxFrame), {0, 1, 0, 1, 0, 0, 0, 2}, 8, refused).empty());
   EXPECT_TRUE(refused);
-  FrameAssembler b(kMaxFrame, kMaxFrame);
-  EXPECT_EQ(cut(b, {0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 7, 0, 0, 0, 0}, 16, refused).size(), 1u);
+  // A header shorter than itself, after a good frame.
+  EXPECT_EQ(cut(FrameAssembler(kMaxFrame, kMaxFrame),
+                {0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0, 7, 0, 0, 0, 0}, 16, refused)
+                .size(),
+            1u);
   EXPECT_TRUE(refused);
   // A notification socket takes nothing longer than a NOTIFY.
-  FrameAssembler c(kNotifySize, 64);
-  EXPECT_TRUE(cut(c, {0, 0, 0, 21, 0, 0, 0, 0x90}, 8, refused).empty());
+  EXPECT_TRUE(
+      cut(FrameAssembler(kNotifySize, 64), {0, 0, 0, 21, 0, 0, 0, 0x90}, 8, refused).empty());
   EXPECT_TRUE(refused);
 }
 

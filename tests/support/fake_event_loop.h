@@ -3,6 +3,7 @@
 // fire when the test signals the descriptor.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -17,8 +18,6 @@ namespace cx::test {
 class FakeEventLoop final : public platform::EventLoop {
  public:
   using Duration = std::chrono::milliseconds;
-
-  FakeEventLoop() : state_(std::make_shared<State>()) {}
 
   Duration now() const { return state_->now; }
   std::size_t timer_count() const { return state_->timers.size(); }
@@ -36,11 +35,14 @@ class FakeEventLoop final : public platform::EventLoop {
 
   // Calls every watch on `fd` once; returns how many there were.
   int signal_fd(int fd) {
+    std::vector<uint64_t> ids;
+    for (const auto& [id, w] : state_->watches)
+      if (w.first == fd) ids.push_back(id);
     int called = 0;
-    for (uint64_t id : ids_of_watches(fd)) {
+    for (uint64_t id : ids) {
       auto it = state_->watches.find(id);
       if (it == state_->watches.end()) continue;  // dropped by an earlier callback
-      Callback cb = it->second.cb;
+      Callback cb = it->second.second;
       cb();
       ++called;
     }
@@ -58,18 +60,19 @@ class FakeEventLoop final : public platform::EventLoop {
   void quit() override { state_->quit = true; }
 
   platform::EventSourceHandle watch_fd(int fd, Callback on_ready) override {
-    const uint64_t id = state_->next_id++;
-    state_->watches.emplace(id, Watch{fd, std::move(on_ready)});
-    return std::make_unique<Handle>(state_, id);
+    state_->watches.emplace(state_->next_id, std::pair{fd, std::move(on_ready)});
+    return std::make_unique<Handle>(state_, state_->next_id++);
   }
 
   platform::EventSourceHandle add_timer(Duration first, Duration interval,
                                         Callback on_tick) override {
-    return add(first, interval, std::move(on_tick));
+    const Duration due = state_->now + std::max(first, Duration::zero());
+    state_->timers.emplace(state_->next_id, Timer{due, interval, std::move(on_tick)});
+    return std::make_unique<Handle>(state_, state_->next_id++);
   }
 
   platform::EventSourceHandle add_one_shot(Duration delay, Callback on_fire) override {
-    return add(delay, Duration::zero(), std::move(on_fire));
+    return add_timer(delay, Duration::zero(), std::move(on_fire));
   }
 
  private:
@@ -78,16 +81,12 @@ class FakeEventLoop final : public platform::EventLoop {
     Duration interval;  // zero: once
     Callback cb;
   };
-  struct Watch {
-    int fd;
-    Callback cb;
-  };
   struct State {
     Duration now{0};
     bool quit = false;
     uint64_t next_id = 1;
     std::map<uint64_t, Timer> timers;
-    std::map<uint64_t, Watch> watches;
+    std::map<uint64_t, std::pair<int, Callback>> watches;
   };
 
   // Removes its source; harmless after the loop itself is gone.
@@ -106,20 +105,6 @@ class FakeEventLoop final : public platform::EventLoop {
     uint64_t id_;
   };
 
-  platform::EventSourceHandle add(Duration first, Duration interval, Callback cb) {
-    const uint64_t id = state_->next_id++;
-    const Duration delay = first < Duration::zero() ? Duration::zero() : first;
-    state_->timers.emplace(id, Timer{state_->now + delay, interval, std::move(cb)});
-    return std::make_unique<Handle>(state_, id);
-  }
-
-  std::vector<uint64_t> ids_of_watches(int fd) const {
-    std::vector<uint64_t> ids;
-    for (const auto& [id, w] : state_->watches)
-      if (w.fd == fd) ids.push_back(id);
-    return ids;
-  }
-
   // Fires the earliest timer due at or before `limit`; false when none is.
   bool fire_next(Duration limit) {
     auto next = state_->timers.end();
@@ -137,7 +122,7 @@ class FakeEventLoop final : public platform::EventLoop {
     return true;
   }
 
-  std::shared_ptr<State> state_;
+  std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 }  // namespace cx::test
