@@ -1,5 +1,6 @@
-// Preference domains: property-list files, one per domain and scope. Only
-// reading is offered so far.
+// Preference domains: property-list files, one per domain and scope. Values
+// set in this process stay pending until the scope is synchronised, which
+// merges them into the file as it is on disk at that moment.
 #pragma once
 
 #include <string>
@@ -20,5 +21,15 @@ std::string preference_file_path(std::string_view domain, PrefUser user, PrefHos
 // the file or a readable dictionary in it is missing.
 plist::ValueRef copy_preference_value(std::string_view key, std::string_view domain, PrefUser user,
                                       PrefHost host);
+
+// CFPreferencesSetValue: pending until the next synchronize of the scope, and
+// seen by copy_preference_value before that. A null value removes the key.
+void set_preference_value(std::string_view key, plist::ValueRef value, std::string_view domain,
+                          PrefUser user, PrefHost host);
+
+// CFPreferencesSynchronize: writes this process's pending changes over the
+// file's current contents (atomically, under an advisory lock) and forgets
+// them. True when there was nothing to write or the file was written.
+bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost host);
 
 }  // namespace cx::platform

@@ -1,10 +1,15 @@
 #include "platform/preferences.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
+#include <system_error>
+#include <tuple>
 
 #include "platform/folders.h"
-#include "plist/plist_io.h"
+#include "platform/linux/preference_file.h"
 
 namespace cx::platform {
 namespace {
@@ -27,6 +32,33 @@ std::string machine_id() {
   return usable_file_name(id) ? id : kFallbackMachineId;
 }
 
+struct Scope {
+  std::string domain;
+  PrefUser user;
+  PrefHost host;
+  bool operator<(const Scope& o) const {
+    return std::tie(domain, user, host) < std::tie(o.domain, o.user, o.host);
+  }
+};
+
+// Key -> value set in this process since the scope was last written; a null
+// value is a removal.
+using PendingChanges = std::map<std::string, plist::ValueRef, std::less<>>;
+
+std::map<Scope, PendingChanges>& pending() {
+  static std::map<Scope, PendingChanges> changes;
+  return changes;
+}
+
+const PendingChanges* pending_for(std::string_view domain, PrefUser user, PrefHost host) {
+  const auto it = pending().find(Scope{std::string(domain), user, host});
+  return it == pending().end() ? nullptr : &it->second;
+}
+
+plist::ValueRef copy_of(const plist::ValueRef& v) {
+  return v ? plist::deep_copy(v.get()) : nullptr;
+}
+
 }  // namespace
 
 std::string preference_file_path(std::string_view domain, PrefUser user, PrefHost host) {
@@ -39,11 +71,48 @@ std::string preference_file_path(std::string_view domain, PrefUser user, PrefHos
 
 plist::ValueRef copy_preference_value(std::string_view key, std::string_view domain, PrefUser user,
                                       PrefHost host) {
+  if (const PendingChanges* changes = pending_for(domain, user, host)) {
+    if (const auto it = changes->find(key); it != changes->end()) return copy_of(it->second);
+  }
   const std::string path = preference_file_path(domain, user, host);
   if (path.empty()) return nullptr;
-  const plist::ValueRef root = plist::read_plist_file(path).value;
+  plist::ValueRef root;
+  read_domain_file(path, root);
   const auto* dict = plist::as<plist::Dictionary>(root);
   return dict ? dict->get(key) : nullptr;
+}
+
+void set_preference_value(std::string_view key, plist::ValueRef value, std::string_view domain,
+                          PrefUser user, PrefHost host) {
+  if (preference_file_path(domain, user, host).empty()) return;
+  // A copy, so that later changes to the caller's array do not leak into the file.
+  pending()[Scope{std::string(domain), user, host}][std::string(key)] = copy_of(value);
+}
+
+bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost host) {
+  const auto scope = pending().find(Scope{std::string(domain), user, host});
+  if (scope == pending().end()) return true;
+  const std::string path = preference_file_path(domain, user, host);
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ec);
+  const DomainLock lock(path);
+  if (!lock.held()) return false;
+
+  plist::ValueRef root;
+  if (read_domain_file(path, root) == DomainFileRead::Unusable) return false;
+  // Content that is not a dictionary holds no values worth keeping.
+  auto dict = plist::as<plist::Dictionary>(root) ? std::static_pointer_cast<plist::Dictionary>(root)
+                                                 : plist::make_dictionary();
+  for (const auto& [key, value] : scope->second) {
+    if (value) {
+      dict->set(key, value);
+    } else {
+      dict->remove(key);
+    }
+  }
+  if (!replace_domain_file(path, *dict)) return false;
+  pending().erase(scope);
+  return true;
 }
 
 }  // namespace cx::platform
