@@ -1,0 +1,167 @@
+// Login items against the agent's own string tables and real preference files.
+#include "util/login_items.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/preferences.h"
+#include "plist/plist_io.h"
+#include "tests/diag/temp_dir.h"
+
+namespace cx::test {
+namespace {
+
+using Paths = std::vector<std::string>;
+
+class LoginItemsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("CORVEX_BUNDLE", CX_AGENT_BUNDLE, 1);
+    setenv("XDG_CONFIG_HOME", dir_.file("config").c_str(), 1);
+    setenv("CORVEX_LOCAL_PREFERENCES", dir_.file("local").c_str(), 1);
+    unsetenv("LANGUAGE");
+    cleanupPreferenceIdentifiers();
+  }
+  void TearDown() override {
+    for (const char* v : {"CORVEX_BUNDLE", "XDG_CONFIG_HOME", "CORVEX_LOCAL_PREFERENCES"})
+      unsetenv(v);
+    cleanupPreferenceIdentifiers();
+  }
+  static std::string file(int all_users) {
+    return all_users ? platform::preference_file_path("loginwindow", platform::PrefUser::Any,
+                                                      platform::PrefHost::Current)
+                     : platform::preference_file_path("loginwindow", platform::PrefUser::Current,
+                                                      platform::PrefHost::Any);
+  }
+  static std::shared_ptr<plist::Array> items(const Paths& paths) {
+    auto array = plist::make_array();
+    for (const auto& p : paths) {
+      auto item = plist::make_dictionary();
+      item->set("Hide", plist::make_bool(false));
+      item->set("Path", plist::make_string(p));
+      array->append(std::move(item));
+    }
+    return array;
+  }
+  static void store(int all_users, const Paths& paths) {
+    auto root = plist::make_dictionary();
+    root->set("AutoLaunchedApplicationDictionary", items(paths));
+    write_all(file(all_users), "");
+    ASSERT_TRUE(plist::write_plist_file(file(all_users), *root, plist::Format::Xml).ok());
+  }
+  static ino_t inode(const std::string& path) {
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 ? st.st_ino : 0;
+  }
+
+  TempDir dir_;
+};
+
+TEST_F(LoginItemsTest, DeleteRemovesEveryItemWithTheSuffix) {
+  const struct {
+    Paths before;
+    const char* suffix;
+    bool removed;
+    Paths after;
+  } cases[] = {
+      {{"/a/CXBackground.app", "/b/CXBackground.app", "/Mail.app"},
+       "CXBackground.app",
+       true,
+       {"/Mail.app"}},
+      {{"/Mail.app", "/x/CXBackground.app"}, "CXBackground.app", true, {"/Mail.app"}},
+      {{"/Mail.app"}, "CXBackground.app", false, {"/Mail.app"}},
+      {{"/a/CXBackground.app/Contents"},
+       "CXBackground.app",
+       false,
+       {"/a/CXBackground.app/Contents"}},
+  };
+  for (const auto& c : cases) {
+    auto array = items(c.before);
+    array->append(plist::make_string("CXBackground.app"));  // not an item: kept
+    EXPECT_EQ(deleteLoginItem(*array, c.suffix), c.removed) << c.before[0];
+    EXPECT_EQ(findLoginItem(*array, c.suffix), false);
+    auto expected = items(c.after);
+    expected->append(plist::make_string("CXBackground.app"));
+    EXPECT_TRUE(plist::equal(array, expected)) << c.before[0];
+  }
+}
+
+TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
+  const struct {
+    int all_users;
+    Paths stored;
+    bool detected;
+    Paths after;
+  } cases[] = {
+      {0,
+       {"/Apps/Corvex Background.app", "/Mail.app", "/old/CorvexBackground.app"},
+       true,
+       {"/Mail.app"}},
+      {1, {"/Mail.app", "/x/CXBackground.app"}, true, {"/Mail.app"}},
+      {0,
+       {"/Mail.app", "/Corvex Background/Help"},
+       false,
+       {"/Mail.app", "/Corvex Background/Help"}},
+      {1, {}, false, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.stored.empty() ? "empty" : c.stored[0]);
+    store(c.all_users, c.stored);
+    const std::string before = read_all(file(c.all_users));
+    const ino_t old_inode = inode(file(c.all_users));
+    EXPECT_EQ(detectLoginItems(c.all_users), c.detected);
+    removeLoginItems(c.all_users);
+    auto expected = plist::make_dictionary();
+    expected->set("AutoLaunchedApplicationDictionary", items(c.after));
+    EXPECT_TRUE(plist::equal(plist::read_plist_file(file(c.all_users)).value, expected));
+    if (!c.detected) {
+      EXPECT_EQ(inode(file(c.all_users)), old_inode) << "not rewritten";
+      EXPECT_EQ(read_all(file(c.all_users)), before);
+    }
+  }
+}
+
+TEST_F(LoginItemsTest, AddReplacesStaleEntriesWithTheAgent) {
+  for (int all_users : {0, 1}) {
+    store(all_users, {"/old/Corvex Background.app", "/Mail.app", "/x/CorvexBackground.app"});
+    for (int round = 0; round < 2; ++round) {  // the agent's own entry is replaced, not doubled
+      EXPECT_TRUE(addLoginItems(all_users));
+      auto expected = plist::make_dictionary();
+      expected->set("AutoLaunchedApplicationDictionary", items({"/Mail.app", CX_AGENT_BUNDLE}));
+      EXPECT_TRUE(plist::equal(plist::read_plist_file(file(all_users)).value, expected));
+    }
+    EXPECT_TRUE(detectLoginItems(all_users));
+  }
+}
+
+TEST_F(LoginItemsTest, MissingStringsFailQuietly) {
+  store(0, {"/x/CXBackground.app"});
+  const std::string before = read_all(file(0));
+  setenv("CORVEX_BUNDLE", dir_.file("nowhere/Corvex Background").c_str(), 1);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(getPreferenceIdentifiers());
+  EXPECT_EQ(getLoginItemsArray(0), nullptr);
+  EXPECT_FALSE(detectLoginItems(0));
+  removeLoginItems(0);
+  EXPECT_FALSE(addLoginItems(0));
+  EXPECT_FALSE(addLoginItems(1));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(read_all(file(0)), before);
+  EXPECT_FALSE(std::filesystem::exists(file(1)));
+
+  // Setting up the agent's own entry says why it failed.
+  auto array = plist::make_array();
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(addCXLoginItem(*array));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "CXLoginItemSetup: Unable to get background app name\n");
+  EXPECT_TRUE(array->empty());
+}
+
+}  // namespace
+}  // namespace cx::test
