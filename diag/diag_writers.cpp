@@ -7,6 +7,7 @@
 #include "diag/diag_item.h"
 #include "diag/diag_lines.h"
 #include "diag/diag_state.h"
+#include "diag/diag_timestamp.h"
 
 namespace cx {
 namespace {
@@ -111,6 +112,10 @@ void diag_printf(const char* format, ...) {
   std::vsnprintf(buffer, sizeof buffer, format, args);
   va_end(args);
   diag_line(buffer, kDiagPrintfLevel);
+}
+
+void diag_note_unavailable(const char* what) {
+  diag_printf("%s:Corvex Background: %s is not available in this build\n", timestamp(), what);
 }
 
 }  // namespace cx

@@ -1,0 +1,30 @@
+// The desktop actions land with their own work; until then each notes in the
+// log that it was reached.
+#include "actions/driver_actions.h"
+#include "diag/diag_writers.h"
+
+namespace cx {
+
+void launch_file(const uint8_t*, uint32_t) {
+  diag_note_unavailable("launch_file");
+}
+void launch_URL(const uint8_t*, uint32_t) {
+  diag_note_unavailable("launch_URL");
+}
+void launch_home_page_URL() {
+  diag_note_unavailable("launch_home_page_URL");
+}
+void get_cur_URL(const uint8_t*, uint32_t) {
+  diag_note_unavailable("get_cur_URL");
+}
+void paste_text(const uint8_t*, uint32_t) {
+  diag_note_unavailable("paste_text");
+}
+void popup_tasklist() {
+  diag_note_unavailable("popup_tasklist");
+}
+void popup_user_menu() {
+  diag_note_unavailable("popup_user_menu");
+}
+
+}  // namespace cx
