@@ -1,0 +1,146 @@
+// Where the agent's events go: System Preferences before the control panel
+// application, nowhere when neither runs; and how the save question is answered.
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <vector>
+
+#include "cpanel/ae_codes.h"
+#include "cpanel/cp_notifications.h"
+#include "cpanel/cx_ae_mgr.h"
+#include "tests/support/fake_apple_events.h"
+#include "tests/support/fake_processes.h"
+
+namespace cx::test {
+namespace {
+
+using platform::AESendMode;
+using platform::AppleEvent;
+using platform::OSType;
+using platform::ProcessSerialNumber;
+
+constexpr uint32_t kAgentPid = 10, kPanelPid = 20, kSettingsPid = 30, kOtherPid = 40;
+
+// The fakes installed as the process's services for one scenario.
+class ControlPanelWorld {
+ public:
+  ControlPanelWorld() {
+    platform::set_processes(&processes_);
+    platform::set_apple_events(&events_);
+    // The agent itself and an application without a signature are always listed.
+    run(ae_code::kBackgroundApp, kAgentPid);
+    run(platform::kUnknownSignature, kOtherPid);
+  }
+  ~ControlPanelWorld() {
+    platform::set_processes(nullptr);
+    platform::set_apple_events(nullptr);
+  }
+  void run(OSType signature, uint32_t pid, const platform::AEHandlerTable* handlers = nullptr) {
+    processes_.list.push_back({{0, pid}, signature, "app"});
+    events_.add_process(signature, pid, handlers);
+  }
+  testing::FakeAppleEvents& events() { return events_; }
+
+ private:
+  testing::FakeProcesses processes_;
+  testing::FakeAppleEvents events_;
+};
+
+ProcessSerialNumber target_of(const AppleEvent& event) {
+  ProcessSerialNumber psn{9, 9};
+  EXPECT_EQ(platform::desc_to_psn(event.target(), psn), platform::noErr);
+  return psn;
+}
+
+TEST(ControlPanelLink, EventsGoToSettingsHostFirstAndNowhereWithoutPanel) {
+  struct Case {
+    std::vector<OSType> running;  // in list order
+    uint32_t expected_pid;        // 0: nothing is sent
+  };
+  const Case cases[] = {
+      {{}, 0},
+      {{ae_code::kControlPanelApp}, kPanelPid},
+      {{ae_code::kSystemPreferences}, kSettingsPid},
+      {{ae_code::kControlPanelApp, ae_code::kSystemPreferences}, kSettingsPid},
+  };
+  struct Sent {
+    OSType id;
+    AESendMode mode;
+  };
+  const Sent expected[] = {{ae_code::kUpdateMice, AESendMode::no_reply},
+                           {ae_code::kChord, AESendMode::no_reply},
+                           {ae_code::kBackgroundActivate, AESendMode::no_reply},
+                           {ae_code::kBackgroundDeactivate, AESendMode::wait_reply}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.expected_pid);
+    ControlPanelWorld world;
+    for (OSType sig : c.running) {
+      world.run(sig, sig == ae_code::kControlPanelApp ? kPanelPid : kSettingsPid);
+    }
+    const auto& sent_events = world.events().sent;
+
+    EXPECT_EQ(update_mice(), platform::noErr);
+    EXPECT_EQ(send_chord_ae_to_cp(), platform::noErr);
+    EXPECT_EQ(send_bkg_activate_ae_to_cp(), platform::noErr);
+    EXPECT_FALSE(send_bkg_deactivate_ae_to_cp());  // the panel serves nothing: no answer
+    ASSERT_EQ(sent_events.size(), c.expected_pid == 0 ? 0u : 4u);
+    for (size_t i = 0; i < sent_events.size(); ++i) {
+      const auto& sent = sent_events[i];
+      EXPECT_EQ(sent.event.event_class(), ae_code::kSuite);
+      EXPECT_EQ(sent.event.event_id(), expected[i].id);
+      EXPECT_EQ(sent.mode, expected[i].mode);
+      EXPECT_EQ(sent.timeout, platform::kNoTimeOut);
+      EXPECT_TRUE(sent.event.parameters().empty());
+      EXPECT_EQ(target_of(sent.event), (ProcessSerialNumber{0, c.expected_pid}));
+    }
+
+    // CXAEMgr's own addressing makes an event even with no panel: to process {0, 0}.
+    AppleEvent event;
+    EXPECT_EQ(CXAEMgr::MakeAppleEventToControlPanel(ae_code::kSuite, ae_code::kChord, event),
+              platform::noErr);
+    EXPECT_EQ(target_of(event), (ProcessSerialNumber{0, c.expected_pid}));
+    EXPECT_EQ(event.event_id(), ae_code::kChord);
+    EXPECT_EQ(CXAEMgr::MakeAppleEventToBackGroundApp(ae_code::kSuite, ae_code::kChord, event),
+              platform::noErr);
+    EXPECT_EQ(target_of(event), (ProcessSerialNumber{0, kAgentPid}));
+    ProcessSerialNumber psn{7, 7};
+    EXPECT_EQ(find_running_app_by_signature(ae_code::kSystemPreferences, &psn, nullptr),
+              c.expected_pid == kSettingsPid ? platform::noErr : platform::procNotFound);
+    EXPECT_EQ(psn, (ProcessSerialNumber{0, c.expected_pid == kSettingsPid ? kSettingsPid : 0u}));
+  }
+}
+
+std::optional<int16_t> g_answer;
+
+platform::OSErr answer_save_question(const AppleEvent&, AppleEvent& reply, intptr_t) {
+  if (g_answer) reply.put_shor(platform::keyDirectObject, *g_answer);
+  return platform::noErr;
+}
+
+TEST(ControlPanelLink, OnlyAnAnswerOfOneAsksToSave) {
+  ControlPanelWorld world;
+  platform::AEHandlerTable panel;
+  panel.install(ae_code::kSuite, ae_code::kBackgroundDeactivate, &answer_save_question, 0);
+  world.run(ae_code::kControlPanelApp, kPanelPid, &panel);
+  struct Case {
+    std::optional<int16_t> answer;
+    platform::OSErr transport_error;
+    bool save;
+  };
+  const Case cases[] = {
+      {1, platform::noErr, true},
+      {2, platform::noErr, false},
+      {0, platform::noErr, false},
+      {std::nullopt, platform::noErr, false},
+      {1, platform::connectionInvalid, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.answer.value_or(-1));
+    g_answer = c.answer;
+    world.events().transport_error = c.transport_error;
+    EXPECT_EQ(send_bkg_deactivate_ae_to_cp(), c.save);
+  }
+}
+
+}  // namespace
+}  // namespace cx::test
