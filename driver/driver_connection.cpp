@@ -11,6 +11,7 @@ namespace cx {
 
 std::unique_ptr<platform::UserClientConnection> vcx_connect;
 bool driver_connected = false;
+std::string vcx_service;
 shared_memory_slot in_shmem;
 shared_memory_slot out_shmem;
 
@@ -42,6 +43,7 @@ int ConnectToDriver() {
   }
 
   driver_connected = true;
+  vcx_service = services.front();
   in_shmem = newSharedMemory(kSharedMemoryStep);
   out_shmem = newSharedMemory(kSharedMemoryStep);
   if (!in_shmem || !out_shmem) {
@@ -59,6 +61,7 @@ void DisconnectFromDriver() {
     if (out_shmem) releaseSharedMemory(std::move(out_shmem));
     vcx_connect.reset();
   }
+  vcx_service.clear();
   driver_connected = false;
 }
 

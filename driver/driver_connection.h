@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "platform/user_client.h"
 
@@ -49,6 +50,8 @@ inline constexpr int16_t bad_reply = -103;
 // Null while closed; once connected the agent never reconnects by itself.
 extern std::unique_ptr<platform::UserClientConnection> vcx_connect;
 extern bool driver_connected;
+// The service behind `vcx_connect` (IOConnectGetService); empty while closed.
+extern std::string vcx_service;
 extern shared_memory_slot in_shmem;   // request buffer
 extern shared_memory_slot out_shmem;  // reply buffer
 

@@ -84,8 +84,8 @@ std::array<uint8_t, kMouseInfoSize> DeviceTable::mouse_info() const {
   std::array<uint8_t, kMouseInfoSize> info{};
   const std::vector<uint32_t> ids = attached();
   store_be16(&info[0], kMouseInfoSize);
-  store_be16(&info[2], kDriverVersion);
-  info[4] = kDriverRevision;
+  store_be16(&info[2], interface_version);
+  info[4] = interface_revision;
   info[5] = static_cast<uint8_t>(ids.size());
   store_be16(&info[6], static_cast<uint16_t>(descriptors_.size()));
   for (size_t i = 0; i < ids.size(); ++i) {

@@ -56,6 +56,11 @@ class DeviceTable {
 
   std::array<uint8_t, kMouseInfoSize> mouse_info() const;
 
+  // What the mouse information reports; changed only to play an older or
+  // newer driver.
+  uint16_t interface_version = kDriverVersion;
+  uint8_t interface_revision = kDriverRevision;
+
  private:
   std::vector<Descriptor> descriptors_;
   std::optional<std::vector<uint32_t>> attached_;

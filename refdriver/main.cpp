@@ -74,12 +74,15 @@ struct Options {
   std::vector<uint32_t> attached;
   bool attached_given = false;
   uint32_t low_battery_interval = 300;
+  uint32_t interface_version = kDriverVersion;
+  uint32_t interface_revision = kDriverRevision;
   bool verbose = false;
 };
 
-bool parse_number(const char* text, uint32_t& out) {
-  const std::string_view s(text);
-  const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out);
+bool parse_number(const char* text, uint32_t& out, int base = 10) {
+  std::string_view s(text);
+  if (base == 16 && (s.starts_with("0x") || s.starts_with("0X"))) s.remove_prefix(2);
+  const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out, base);
   return ec == std::errc{} && end == s.data() + s.size() && !s.empty();
 }
 
@@ -87,6 +90,7 @@ void usage(FILE* out) {
   std::fprintf(out,
                "usage: corvex-driverd [--adb-instances N] [--attach UNIQUE-ID]...\n"
                "                      [--low-battery-interval SECONDS] [--verbose]\n"
+               "                      [--interface-version HEX] [--interface-revision N]\n"
                "Serves the mouse driver in $CORVEX_IOKIT_DIR (default %s).\n",
                kDefaultServiceDirectory.data());
 }
@@ -107,6 +111,10 @@ bool parse_options(int argc, char** argv, Options& o) {
       o.attached_given = true;
     } else if (arg == "--low-battery-interval" && has_value && parse_number(argv[++i], value)) {
       o.low_battery_interval = value;
+    } else if (arg == "--interface-version" && has_value && parse_number(argv[++i], value, 16)) {
+      o.interface_version = value;
+    } else if (arg == "--interface-revision" && has_value && parse_number(argv[++i], value)) {
+      o.interface_revision = value;
     } else if (arg == "--help" || arg == "-h") {
       usage(stdout);
       std::exit(0);
@@ -114,7 +122,7 @@ bool parse_options(int argc, char** argv, Options& o) {
       return false;
     }
   }
-  return o.adb_instances <= 64;
+  return o.adb_instances <= 64 && o.interface_version <= 0xFFFF && o.interface_revision <= 0xFF;
 }
 
 }  // namespace
@@ -128,6 +136,8 @@ int main(int argc, char** argv) {
   DriverState state;
   state.low_battery_interval = options.low_battery_interval;
   if (options.attached_given) state.devices.set_attached(options.attached);
+  state.devices.interface_version = static_cast<uint16_t>(options.interface_version);
+  state.devices.interface_revision = static_cast<uint8_t>(options.interface_revision);
   DaemonSink sink;
   RequestHandler handler(state, sink, options.verbose);
   Simulator simulator(state, sink);

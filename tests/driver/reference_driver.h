@@ -33,6 +33,9 @@ class ReferenceDriver final : public refdriver::DriverSink {
   const std::string& dir() const { return dir_; }
   const std::string& error() const { return error_; }
   const refdriver::DriverState& state() const { return *state_; }
+  // For changes between requests: the server only touches the state while it
+  // answers one, and requests are synchronous.
+  refdriver::DriverState& mutable_state() { return *state_; }
 
   // refdriver::DriverSink, called on the server's thread.
   void notify(uint32_t code, uint64_t argument) override;
