@@ -1,0 +1,124 @@
+// The agent as a process: start-up until it is active in its session (the
+// control panel hears `bact`, which the agent sends from its event loop once
+// the driver confirmed its user), then its idle cost over 30 seconds and its
+// resident size. Runs the real corvex-driverd, corvexctl and
+// corvex-background on a private session bus, without a display.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/ae_test_process.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using cx::testing::BackgroundProcess;
+
+std::string read_file(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Nanoseconds the process has run on a CPU.
+double cpu_ns(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/schedstat");
+  double ns = 0;
+  in >> ns;
+  return ns;
+}
+
+double rss_mib(pid_t pid) {
+  const std::string status = read_file("/proc/" + std::to_string(pid) + "/status");
+  const auto at = status.find("VmRSS:");
+  return at == std::string::npos ? -1 : std::stod(status.substr(at + 6)) / 1024.0;
+}
+
+struct Session {
+  std::string dir;
+  std::unique_ptr<cx::testing::PrivateSessionBus> bus;
+  std::unique_ptr<BackgroundProcess> driverd, monitor;
+
+  Session() {
+    char pattern[] = "/tmp/cxfoot.XXXXXX";
+    dir = mkdtemp(pattern);
+    setenv("CORVEX_IOKIT_DIR", (dir + "/iokit").c_str(), 1);
+    setenv("CORVEX_SHARED_DIR", dir.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (dir + "/config").c_str(), 1);
+    setenv("CORVEX_BUNDLE", CX_AGENT_BUNDLE, 1);
+    unsetenv("DISPLAY");
+    bus = std::make_unique<cx::testing::PrivateSessionBus>();
+    driverd = std::make_unique<BackgroundProcess>(std::vector<std::string>{CX_DRIVERD});
+    monitor = std::make_unique<BackgroundProcess>(
+        std::vector<std::string>{CX_CORVEXCTL, "monitor", "--no-save"});
+  }
+  ~Session() {
+    monitor.reset();
+    driverd.reset();
+    bus.reset();
+    std::filesystem::remove_all(dir);
+  }
+  bool ready() const {
+    return !bus->address().empty() && driverd->wait_for_output("serving") &&
+           monitor->wait_for_output("monitoring as VCXT");
+  }
+  // Polls the control panel's output every 0.2 ms for the agent's `bact`.
+  bool wait_active(std::size_t seen) const {
+    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    while (Clock::now() < deadline) {
+      const std::string out = monitor->output();
+      if (out.find("bact", seen) != std::string::npos) return true;
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return false;
+  }
+};
+
+void BM_StartUpUntilActive(benchmark::State& state) {
+  Session session;
+  if (!session.ready()) return state.SkipWithError("session did not start");
+  for (auto _ : state) {
+    const std::size_t seen = session.monitor->output().size();
+    const auto start = Clock::now();
+    BackgroundProcess agent({CX_AGENT});
+    if (!session.wait_active(seen)) return state.SkipWithError("the agent did not activate");
+    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+    agent.terminate();
+  }
+}
+BENCHMARK(BM_StartUpUntilActive)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+
+void BM_IdleFootprint(benchmark::State& state) {
+  Session session;
+  if (!session.ready()) return state.SkipWithError("session did not start");
+  for (auto _ : state) {
+    BackgroundProcess agent({CX_AGENT});
+    if (!session.wait_active(0)) return state.SkipWithError("the agent did not activate");
+    std::this_thread::sleep_for(std::chrono::seconds(2));  // past the first timer ticks
+    const double before = cpu_ns(agent.pid());
+    const auto start = Clock::now();
+    std::this_thread::sleep_for(std::chrono::seconds(30));
+    const double wall_ns = std::chrono::duration<double, std::nano>(Clock::now() - start).count();
+    state.counters["idle_cpu_percent"] = 100.0 * (cpu_ns(agent.pid()) - before) / wall_ns;
+    state.counters["rss_mib"] = rss_mib(agent.pid());
+    state.counters["gtk_loaded"] =
+        read_file("/proc/" + std::to_string(agent.pid()) + "/maps").find("libgtk") !=
+                std::string::npos
+            ? 1
+            : 0;
+    agent.terminate();
+  }
+}
+BENCHMARK(BM_IdleFootprint)->Iterations(1)->Unit(benchmark::kSecond);
+
+}  // namespace

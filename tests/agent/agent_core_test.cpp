@@ -1,0 +1,290 @@
+// The agent core's rules: which driver messages are acted on, the identifier
+// exchange and activation, the foreground timer's counting and comparison,
+// set-up and tear-down.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "agent/agent_state.h"
+#include "agent/driver_events.h"
+#include "agent/foreground_app.h"
+#include "agent/lifecycle.h"
+#include "agent/menu_extra.h"
+#include "agent/user_sessions.h"
+#include "tests/agent/agent_test_support.h"
+
+namespace cx::test {
+namespace {
+
+using platform::fourcc;
+
+constexpr uint32_t message(uint32_t code, uint32_t subsystem = 0x522) {
+  return 0xF8000000u | (subsystem << 14) | code;
+}
+
+void queue(ReferenceDriver& driver, int16_t code, const std::string& data) {
+  driver.mutable_state().events.push(
+      code, std::span(reinterpret_cast<const uint8_t*>(data.data()), data.size()));
+}
+
+using DriverEventTest = AgentTest;
+
+TEST_F(DriverEventTest, MessagesAreFilteredByFamilyAndActivity) {
+  struct Case {
+    uint32_t value;
+    bool active;
+    const char* expected;  // log text, empty for nothing
+  } const cases[] = {
+      {0xF9488001, true, "Launching File\r\n"},  // data only ever comes through the queue
+      {0xF9488001, false, ""},
+      {message(1, 0x523), true, ""},
+      {0xFC000000 | (0x522 << 14) | 7, true, ""},
+      {message(7), true, "Chord Event\r\n"},
+      {message(4), true, ""},
+      {message(20), true, ""},
+      {message(16), true, "Horizontal Scrolling Changed\r\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.value);
+    start_log();
+    background_app_active = c.active ? 1 : 0;
+    cx_notify(nullptr, {}, c.value, 0);
+    close_diagnostic_window();
+    EXPECT_EQ(log(), c.expected);
+  }
+}
+
+TEST_F(DriverEventTest, QueueIsDrainedOnlyWhileActiveAndUnknownCodesAreSkipped) {
+  queue(driver_, 20, "ignored");
+  queue(driver_, 2, std::string("http://example.org/\0", 20));
+  queue(driver_, 9, "");
+  cx_notify(nullptr, {}, message(kEventsQueued), 0);
+  EXPECT_EQ(driver_.state().events.size(), 3u);
+
+  background_app_active = 1;
+  timer_driver_poll_count = 30;
+  cx_notify(nullptr, {}, message(kEventsQueued), 0);
+  EXPECT_EQ(driver_.state().events.size(), 0u);
+  EXPECT_EQ(timer_driver_poll_count, 0);
+  const std::string text = log();
+  EXPECT_NE(text.find("Launching URL\r\n"), std::string::npos);
+  EXPECT_EQ(count_in_log("launch_URL is not available"), 1);
+  // A paste without text is logged and skipped.
+  EXPECT_NE(text.find("Paste Text\r\n"), std::string::npos);
+  EXPECT_EQ(count_in_log("paste_text"), 0);
+}
+
+TEST_F(DriverEventTest, StartUpDrainDropsStalePresses) {
+  queue(driver_, 2, "http://example.org/");
+  background_app_active = 1;
+  poll_driver_events(false);
+  EXPECT_EQ(driver_.state().events.size(), 0u);
+  EXPECT_EQ(count_in_log("Launching URL"), 0);
+}
+
+using SessionTest = AgentTest;
+
+TEST_F(SessionTest, OwnUserActivatesAndDevicesAreSentOnce) {
+  run_control_panel(fourcc("VCXT"), 0);
+  EXPECT_EQ(set_active_uid(true), 1);
+  EXPECT_EQ(active_user().uid, 1u);
+  EXPECT_EQ(active_user().state, 2);
+
+  handle_UID_event(14, 501);  // another user: nothing changes
+  EXPECT_EQ(background_app_active, 0u);
+  handle_UID_event(14, 1);
+  handle_UID_event(14, 1);
+  EXPECT_EQ(background_app_active, 1u);
+  EXPECT_EQ(initialized_devices, 1u);
+  EXPECT_EQ(count_in_log("Updaing ADBID32 Firmware"), 1);
+  EXPECT_EQ(count_in_log("Setting Device Descriptors"), 1);
+  EXPECT_EQ(count_in_log("Background App Activating"), 2);
+  EXPECT_FALSE(driver_.state().devices.descriptors().empty());
+  EXPECT_EQ(sent_ids(), "bact bact ");
+}
+
+TEST_F(SessionTest, DeactivationSavesOnlyWhenTheControlPanelAnswersOne) {
+  for (const int16_t answer : {int16_t{1}, int16_t{2}, int16_t{0}}) {
+    SCOPED_TRACE(answer);
+    reset_agent_state();
+    events_.sent.clear();
+    run_control_panel(fourcc("sprf"), answer);
+    background_app_active = 1;
+    active_app_sig = fourcc("ttxt");
+    const int saves_before = count_in_log("(writing prefs)");
+    UserSessionDeactivatedNotificationHandler(nullptr, nullptr, nullptr);
+    EXPECT_EQ(count_in_log("(writing prefs)") - saves_before, answer == 1 ? 1 : 0);
+    EXPECT_EQ(active_app_sig, answer == 1 ? 0u : fourcc("ttxt"));
+    EXPECT_EQ(user_session_active | background_app_active, 0u);
+    EXPECT_EQ(active_user().state, 1);
+    ASSERT_EQ(events_.sent.size(), 1u);
+    EXPECT_EQ(events_.sent[0].mode, platform::AESendMode::wait_reply);
+    EXPECT_EQ(events_.sent[0].timeout, platform::kNoTimeOut);
+  }
+}
+
+TEST_F(SessionTest, OffConsoleOnlyWithdrawsItsOwnUser) {
+  user_session_active = 0;
+  set_active_uid(true);
+  handle_UID_event(15, 1);  // the console changed hands: not for this agent
+  EXPECT_EQ(active_user().state, 2);
+  handle_UID_event(14, 1);
+  EXPECT_EQ(active_user().state, 1);
+  EXPECT_EQ(background_app_active, 0u);
+
+  UserSessionActivatedNotificationHandler(nullptr, nullptr, nullptr);
+  EXPECT_EQ(user_session_active, 1u);
+  EXPECT_EQ(active_user().state, 2);
+  handle_UID_event(15, 1);  // on the console: announce again
+  EXPECT_NE(log().find("UID Event with uid=1, action=15"), std::string::npos);
+  EXPECT_NE(log().find("(background_uid=1, user_session_active=true)"), std::string::npos);
+}
+
+using ForegroundTest = AgentTest;
+
+TEST_F(ForegroundTest, InactiveAgentCountsOnAndRemovesTheLoginItemOnce) {
+  installForegroundAppTimer();
+  loop_.advance(std::chrono::milliseconds(1000 + 48 * 200));
+  EXPECT_EQ(timer_driver_poll_count, 49);
+  EXPECT_EQ(removed_login_item, 0u);
+  loop_.advance(std::chrono::milliseconds(200));  // 10.8 s: the 50th tick
+  EXPECT_EQ(removed_login_item, 1u);
+  loop_.advance(std::chrono::milliseconds(200));
+  EXPECT_EQ(timer_driver_poll_count, 51);
+  EXPECT_EQ(processes_.front_queries, 0);
+  timer_driver_poll_count = 32767;
+  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(timer_driver_poll_count, -32768);
+  removeForegroundAppTimer();
+}
+
+TEST_F(ForegroundTest, ActiveAgentDrainsTheQueueOnTheFiftiethTick) {
+  background_app_active = 1;
+  queue(driver_, 6, "");
+  for (int tick = 1; tick < 50; ++tick) foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(driver_.state().events.size(), 1u);
+  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(driver_.state().events.size(), 0u);
+  EXPECT_EQ(timer_driver_poll_count, 0);
+  EXPECT_EQ(count_in_log("Opening Home Page"), 1);
+}
+
+TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
+  background_app_active = 1;
+  struct Step {
+    platform::OSType signature;
+    const char* name;
+    const char* sent;  // the driver's front name afterwards
+  } const steps[] = {
+      {fourcc("ttxt"), "TextEdit", "TextEdit"},
+      {fourcc("ttxt"), "TextEdit Helper", "TextEdit"},  // one creator, one application
+      {platform::kUnknownSignature, "Foo", "Foo"},
+      {platform::kUnknownSignature, "Foobar", "Foobar"},
+      {platform::kUnknownSignature, "Foobaz", "Foobaz"},
+      {platform::kUnknownSignature, "Foobaz", "Foobaz"},
+      {fourcc("MSIE"), "", ""},
+  };
+  uint32_t pid = 100;
+  for (const Step& s : steps) {
+    SCOPED_TRACE(s.name);
+    processes_.list.insert(processes_.list.begin(), {{0, ++pid}, s.signature, s.name});
+    foregroundAppTimerAction(nullptr, nullptr);
+    EXPECT_EQ(driver_.state().apps.front_name(), s.sent);
+  }
+  EXPECT_EQ(count_in_log("Switching App to "), 5);
+  processes_.list.clear();  // no front process: nothing sent
+  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(count_in_log("Switching App to "), 5);
+}
+
+class SetupTest : public AgentTest {
+ protected:
+  explicit SetupTest(uint16_t version = 0x0300, uint8_t revision = 1)
+      : AgentTest([=](refdriver::DriverState& s) {
+          s.devices.interface_version = version;
+          s.devices.interface_revision = revision;
+        }) {}
+};
+
+TEST_F(SetupTest, SetUpReachesTheLoopAndTearDownUndoesIt) {
+  use_agent_log();
+  setenv("CORVEX_SYSTEM_VERSION", "0x1028", 1);  // no fast user switching
+  ASSERT_EQ(setup_backgroundapp(), 0);
+  unsetenv("CORVEX_SYSTEM_VERSION");
+  for (const platform::OSType id :
+       {fourcc("mnex"), fourcc("wprf"), fourcc("rdpf"), fourcc("gbac"), fourcc("minf")})
+    EXPECT_TRUE(events_.handlers().has_handler(fourcc("cxvx"), id)) << platform::fourcc_text(id);
+  EXPECT_TRUE(events_.handlers().has_handler(fourcc("aevt"), fourcc("quit")));
+  EXPECT_EQ(events_.served, std::vector<platform::OSType>{fourcc("VCVX")});
+  EXPECT_EQ(active_user().state, 2);
+  EXPECT_EQ(loop_.timer_count(), 1u);
+  EXPECT_EQ(loop_.watch_count(), 1u);
+
+  platform::AppleEvent quit(fourcc("aevt"), fourcc("quit"), {});
+  platform::AppleEvent reply = platform::AppleEvent::make_reply();
+  EXPECT_EQ(events_.handlers().dispatch(quit, reply), platform::noErr);
+  EXPECT_TRUE(loop_.quit_requested());
+
+  cleanup_backgroundapp();
+  EXPECT_EQ(active_user().state, 1);
+  EXPECT_EQ(loop_.watch_count(), 0u);
+  EXPECT_FALSE(driver_connected);
+  const std::string text = log();
+  for (const char* line :
+       {"===============================\r\nCorvex Background.app Diagnostic Report\r\n",
+        "Connecting to Driver\r\nChecking driver version\r\nInitializing AE Handlers\r\n",
+        "Installing Appset Timer\r\n",
+        "End of Corvex Background.app Diagnostic Report\r\n>>>>>>>>>>>>>>>><<<<<<<<<<<<<<<\r\n"})
+    EXPECT_NE(text.find(line), std::string::npos) << line;
+}
+
+TEST_F(SetupTest, MenuExtraEventReadsItsDataAsShort) {
+  platform::AppleEvent show(fourcc("cxvx"), fourcc("mnex"), {});
+  show.put_shor(fourcc("data"), 1);
+  platform::AppleEvent no_reply;
+  EXPECT_EQ(MenuExtraAppleEventHandler(show, no_reply, 0), platform::noErr);
+  EXPECT_EQ(menuExtraVisible, 1u);
+  const platform::AppleEvent bare(fourcc("cxvx"), fourcc("mnex"), {});
+  EXPECT_EQ(MenuExtraAppleEventHandler(bare, no_reply, 0), platform::noErr);
+  EXPECT_EQ(menuExtraVisible, 0u);
+}
+
+class MismatchTest : public SetupTest, public ::testing::WithParamInterface<int> {
+ protected:
+  MismatchTest() : SetupTest(GetParam() == 0 ? 0x0300 : 0x0301, GetParam() == 0 ? 2 : 1) {}
+};
+
+TEST_P(MismatchTest, OnlyTheExactDriverInterfaceIsAccepted) {
+  use_agent_log();
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(setup_backgroundapp(), -10011);
+  const std::string errors = ::testing::internal::GetCapturedStderr();
+  const std::string expected = GetParam() == 0
+                                   ? "Driver Version: 0x300(0x2)\n    App Version: 0x300(0x1)\n"
+                                   : "Driver Version: 0x301(0x1)\n    App Version: 0x300(0x1)\n";
+  EXPECT_NE(errors.find("Corvex Background: Driver version mismatch.\n\t\t\t" + expected),
+            std::string::npos)
+      << errors;
+  cleanup_backgroundapp();
+  EXPECT_NE(log().find("End of Corvex Background.app Diagnostic Report"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(OlderAndNewer, MismatchTest, ::testing::Values(0, 1));
+
+TEST_F(SetupTest, NoDriverIsReportedAndStillTornDown) {
+  use_agent_log();
+  const auto nowhere = platform::make_socket_user_client_service(dir_ + "/none");
+  platform::set_user_client_service(nowhere.get());
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(setup_backgroundapp(), -10010);
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find(
+                "Corvex Background: could not connect to driver\n"),
+            std::string::npos);
+  cleanup_backgroundapp();
+  EXPECT_NE(log().find("End of Corvex Background.app Diagnostic Report"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace cx::test
