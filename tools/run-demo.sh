@@ -1,66 +1,125 @@
 #!/usr/bin/env bash
-# The main job: builds the package, starts the reference driver in a private
-# service folder, and lets the agent's driver link, response blocks,
-# diagnostic log and property-list dumper work against it, with the driver's
-# own view at the end.
+# The main job: builds the package and runs one short user session in a
+# private sandbox: a session bus, an X display with no window manager, the
+# reference driver and the agent. corvex-driverctl plays the hardware,
+# corvex-desktopctl the window manager, corvexctl the control panel. At the
+# end it shows what the control panel heard, the agent's diagnostic log and
+# the driver's view.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/install-deps.sh
 cmake --preset dev >/dev/null
-cmake --build --preset dev -j "$(nproc)" --target corvex-driverd corvex-driverctl corvex-showcase
+cmake --build --preset dev -j "$(nproc)" --target corvex-background corvex-driverd \
+  corvex-driverctl corvexctl corvex-desktopctl corvex-showcase cx_resources
 
 bin=build/dev
 work=$(mktemp -d)
 export CORVEX_IOKIT_DIR=$work/iokit CORVEX_SHARED_DIR=$work/shared
 export XDG_CONFIG_HOME=$work/config CORVEX_MACHINE_ID=demo
+export CORVEX_BUNDLE="$PWD/$bin/bundle/Corvex Background"
 mkdir -p "$CORVEX_SHARED_DIR" "$XDG_CONFIG_HOME/corvex/Preferences/ByHost"
+pids=()
+trap 'kill "${pids[@]}" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 
-"$bin/refdriver/corvex-driverd" >"$work/driverd.log" 2>&1 &
-driverd=$!
-trap 'kill $driverd 2>/dev/null || true; wait $driverd 2>/dev/null || true; rm -rf "$work"' EXIT
-for _ in $(seq 50); do
-  [ -S "$CORVEX_IOKIT_DIR/com_velcorra_corvex_iokit_VelcorraMouseDriver" ] && break
-  sleep 0.1
-done
+# Reads the first line a background command writes to the given file.
+first_line() {
+  for _ in $(seq 100); do
+    [ -s "$1" ] && { head -n1 "$1"; return; }
+    sleep 0.05
+  done
+  echo "no answer in $1" >&2
+  exit 1
+}
+wait_for() {  # FILE TEXT
+  for _ in $(seq 100); do
+    grep -q -- "$2" "$1" 2>/dev/null && return
+    sleep 0.05
+  done
+  echo "'$2' did not appear in $1" >&2
+  exit 1
+}
 
-ctl="$bin/tools/driverctl/corvex-driverctl"
-show="$bin/tools/showcase/corvex-showcase"
-diags=$XDG_CONFIG_HOME/corvex/Preferences/ByHost/com.velcorra.corvex.background.diags.demo.plist
-cat >"$diags" <<'PLIST'
+dbus-daemon --session --nofork --print-address=1 >"$work/bus" &
+pids+=($!)
+DBUS_SESSION_BUS_ADDRESS=$(first_line "$work/bus")
+export DBUS_SESSION_BUS_ADDRESS
+Xvfb -displayfd 1 -nolisten tcp -noreset -screen 0 640x480x24 >"$work/display" 2>/dev/null &
+pids+=($!)
+export DISPLAY=:$(first_line "$work/display")
+
+cat >"$XDG_CONFIG_HOME/corvex/Preferences/ByHost/com.velcorra.corvex.background.diags.demo.plist" <<'PLIST'
 <?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
 <dict>
 	<key>Displevel</key>
-	<integer>262143</integer>
-	<key>Append</key>
-	<true/>
+	<integer>4456447</integer>
 </dict>
 </plist>
 PLIST
 
-echo "== The diagnostic settings, as the property-list dumper prints them"
-"$show" dump "$diags" 2>&1
+ctl="$bin/tools/driverctl/corvex-driverctl"
+cp="$bin/tools/corvexctl/corvexctl"
+desk="$bin/tools/desktopctl/corvex-desktopctl"
+
+"$bin/refdriver/corvex-driverd" >"$work/driverd.log" 2>&1 &
+pids+=($!)
+wait_for "$work/driverd.log" serving
+"$cp" monitor --save >"$work/panel.log" 2>&1 &
+pids+=($!)
+wait_for "$work/panel.log" "monitoring as VCXT"
+
+echo "== The agent starts, claims the driver for this session and becomes active"
+"$bin/agent/corvex-background" >"$work/agent.out" 2>&1 &
+agent=$!
+pids+=($agent)
+for _ in $(seq 100); do
+  [ "$("$cp" status 2>/dev/null)" = active ] && break
+  sleep 0.05
+done
+echo "corvexctl status: $("$cp" status)"
 
 echo
-echo "== Claim the driver and bind button 3 to a URL, button 4 to a text"
-"$show" setup "https://www.example.org/corvex" "Kind regards," 2>&1
+echo "== The control panel binds button 3 to a URL and button 4 to a text"
+"$bin/tools/showcase/corvex-showcase" bind "https://www.example.org/corvex" "Kind regards,"
 
 echo
-echo "== The user presses buttons 3 and 4 in TextEdit, then a chord"
-"$ctl" front TextEdit
+echo "== The user brings TextEdit to the front, then Safari, then TextEdit again"
+sleep 1  # the agent looks at the front application every 0.2 s after its first second
+for app in TextEdit Safari TextEdit; do
+  "$desk" front "$app"
+  sleep 0.5
+done
+
+echo "== In TextEdit the user presses buttons 3 and 4, then a chord; a mouse is plugged in"
 "$ctl" press 3
 "$ctl" press 4
 "$ctl" chord
+"$ctl" devices-changed
+"$ctl" hscroll
+sleep 0.5
 
 echo
-echo "== The agent's side takes the driver's queued events"
-"$show" events
+echo "== The control panel asks for the mice, hides the menu extra and saves"
+"$cp" mouse-info
+"$cp" menu-extra hide
+"$cp" save
 
 echo
-echo "== The diagnostic log ($CORVEX_SHARED_DIR/CXBkgnd_Diags.txt; lines end in CR LF)"
+echo "== The control panel quits the agent"
+"$cp" quit
+wait "$agent" && echo "corvex-background exited with status 0"
+if [ -s "$work/agent.out" ]; then
+  echo "The agent's standard error:"
+  cat "$work/agent.out"
+fi
+
+echo
+echo "== What the control panel heard"
+cat "$work/panel.log"
+echo
+echo "== The agent's diagnostic log ($CORVEX_SHARED_DIR/CXBkgnd_Diags.txt; lines end in CR LF)"
 tr -d '\r' <"$CORVEX_SHARED_DIR/CXBkgnd_Diags.txt"
-
 echo
 echo "== The driver's view"
 "$ctl" state
