@@ -11,10 +11,10 @@ namespace cx {
 
 // Zeroes *psn, then stores the first listed process with `signature`.
 // noErr, or the Process Manager's error (procNotFound) with *psn zero.
-// `spec` (may be null) is left as it is: the process list does not name
+// `app_file` (may be null) is left as it is: the process list does not name
 // application files here.
 platform::OSErr find_running_app_by_signature(platform::OSType signature,
-                                              platform::ProcessSerialNumber* psn, FSSpec* spec);
+                                              platform::ProcessSerialNumber* psn, FSSpec* app_file);
 
 // True when `event` was made, addressed to System Preferences or, when that
 // does not run, to the control panel application.

@@ -16,8 +16,8 @@ using platform::OSErr;
 using platform::OSType;
 
 OSErr CXAEMgr::FindRunningAppBySignature(OSType signature, platform::ProcessSerialNumber* psn,
-                                         FSSpec* spec) {
-  return find_running_app_by_signature(signature, psn, spec);
+                                         FSSpec* app_file) {
+  return find_running_app_by_signature(signature, psn, app_file);
 }
 
 OSErr CXAEMgr::MakeTargetAppleEvent(OSType event_class, OSType event_id, AEDesc& target,

@@ -62,10 +62,10 @@ class CXAEMgr {
 
   // Zeroes *psn, then stores the first listed process with `signature`.
   // noErr, or the Process Manager's error (procNotFound) with *psn zero.
-  // The process list does not name application files here, so `spec` (may
+  // The process list does not name application files here, so `app_file` (may
   // be null) is left as it is.
   static OSErr FindRunningAppBySignature(OSType signature, platform::ProcessSerialNumber* psn,
-                                         FSSpec* spec);
+                                         FSSpec* app_file);
   // Makes `event` addressed to `target` and disposes of the target.
   static OSErr MakeTargetAppleEvent(OSType event_class, OSType event_id, platform::AEDesc& target,
                                     AppleEvent& event);
