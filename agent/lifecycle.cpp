@@ -49,7 +49,7 @@ void deliver_driver_messages() {
   const bool alive = cx_notifyPort->notifier->read_pending(messages);
   for (const platform::InterestMessage& m : messages)
     agent_routines.driver_notify(nullptr, vcx_service, m.type, m.argument);
-  if (!alive && cx_notifyPort) {
+  if (!alive) {
     std::fprintf(stderr, "Corvex Background: the driver closed its notifications\n");
     cx_notifyPort->source.reset();
   }
@@ -122,11 +122,9 @@ void serve_agent_events() {
 }  // namespace
 
 int register_event_notifications() {
+  // The user-client service is always there; it stands in for the master
+  // port, and the port object cannot fail to be made.
   cx_masterPort = &platform::user_client_service();
-  if (cx_masterPort == nullptr) {
-    std::fprintf(stderr, "Corvex Background: Unable to create Master port\n");
-    return setup_status::no_master_port;
-  }
   cx_notifyPort = std::make_unique<notification_port>();
   if (vcx_service.empty()) {
     std::fprintf(stderr, "Corvex Background: Unable to get service for notifications\n");

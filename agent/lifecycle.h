@@ -12,8 +12,8 @@ namespace cx {
 namespace setup_status {
 inline constexpr int16_t no_driver = -10010;
 inline constexpr int16_t version_mismatch = -10011;
-inline constexpr int16_t no_master_port = -10021;
-inline constexpr int16_t no_notification_port = -10022;
+// -10021 (no master port) and -10022 (no notification port) cannot happen
+// with the platform's user-client service.
 inline constexpr int16_t no_service = -10023;
 inline constexpr int16_t no_interest_notification = -10024;
 }  // namespace setup_status
