@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "tests/platform/ae_test_process.h"
+#include "tests/support/xvfb.h"
 
 namespace cx::test {
 namespace {
@@ -145,6 +146,22 @@ TEST_F(AgentProcessTest, RefusesADriverOfAnotherInterfaceVersion) {
   EXPECT_EQ(agent_->wait_exit(), -10011 & 0xFF);
   EXPECT_NE(agent_->errors().find("Driver Version: 0x301(0x1)"), std::string::npos);
   EXPECT_TRUE(logged("End of Corvex Background.app Diagnostic Report"));
+}
+
+TEST_F(AgentProcessTest, FrontApplicationChangesReachTheDriver) {
+  const Xvfb display;
+  ASSERT_FALSE(display.display().empty()) << "Xvfb did not start";
+  setenv("DISPLAY", display.display().c_str(), 1);
+  start_driver();
+  start_agent();
+  ASSERT_TRUE(agent_active()) << agent_->errors();
+  for (const std::string app : {"TextEdit", "Safari"}) {
+    EXPECT_EQ(run_command({CX_DESKTOPCTL, "front", app}).exit_status, 0);
+    EXPECT_TRUE(eventually([&] {
+      return driverctl({"state"}).find("front application: " + app + " ") != std::string::npos;
+    })) << app;
+  }
+  EXPECT_TRUE(logged("Switching App to TextEdit\r\nSwitching App to Safari\r\n"));
 }
 
 TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
