@@ -22,7 +22,7 @@
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 
 namespace {
 

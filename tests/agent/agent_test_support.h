@@ -20,7 +20,7 @@
 #include "platform/linux/user_client_socket.h"
 #include "platform/processes.h"
 #include "refdriver/active_user.h"
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_event_loop.h"
 #include "tests/support/fake_processes.h"

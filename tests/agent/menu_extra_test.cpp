@@ -19,7 +19,7 @@
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
 #include "tests/diag/temp_dir.h"
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
 
 namespace {

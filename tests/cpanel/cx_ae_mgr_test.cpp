@@ -15,7 +15,7 @@
 #include "driver/driver_connection.h"
 #include "model/act_item.h"
 #include "platform/linux/user_client_socket.h"
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
 
 namespace cx::platform {

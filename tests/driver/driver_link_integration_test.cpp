@@ -28,7 +28,7 @@
 #include "model/flattened_data.h"
 #include "model/response_block.h"
 #include "platform/linux/user_client_socket.h"
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
 
 namespace cx::test {

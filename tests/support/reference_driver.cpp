@@ -1,4 +1,4 @@
-#include "tests/driver/reference_driver.h"
+#include "tests/support/reference_driver.h"
 
 #include <stdlib.h>
 
