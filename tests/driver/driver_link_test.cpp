@@ -592,6 +592,13 @@ TEST_F(DriverLinkTest, ResponseDataCopyGrowsBothBuffersButInPlaceNeverGrows) {
   });
   driver.on_transfer = no_valid_block;
   EXPECT_EQ(send(block), -103);
+  // The driver's own -10 names no length to grow to: asked once, not forever.
+  const int before = driver.transfers();
+  driver.transfer_result = platform::kIOReturnError;
+  driver.failed_transfer_output = -10;
+  stderr_of([&] { EXPECT_EQ(send(block), -10); });
+  EXPECT_EQ(driver.transfers(), before + 1);
+  driver.transfer_result = 0;
 
   uint32_t capacity = 0, len = 0;
   SetResponseDataStart(&ctx, &capacity);
