@@ -124,5 +124,12 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
 }
 
+TEST_F(AgentProcessTest, RunsFromTheBuildTreeWithoutItsBundleNamed) {
+  unsetenv("CORVEX_BUNDLE");  // the staged bundle beside the executable
+  start_driver();
+  start_agent();
+  ASSERT_TRUE(agent_active()) << agent_->errors();
+}
+
 }  // namespace
 }  // namespace cx::test

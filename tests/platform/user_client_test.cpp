@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <cstring>
+#include <future>
 
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
@@ -267,6 +268,12 @@ class FakeDriver {
     EXPECT_EQ(make_socket_user_client_service(dir_.path())->open("Fake", c), kIOReturnSuccess);
     return c;
   }
+  std::unique_ptr<InterestNotifier> open_interest() {
+    std::unique_ptr<InterestNotifier> n;
+    EXPECT_EQ(make_socket_user_client_service(dir_.path())->open_interest("Fake", n),
+              kIOReturnSuccess);
+    return n;
+  }
   Bytes hello;
 
  private:
@@ -346,6 +353,34 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
       EXPECT_EQ(kr_of(*c, kCreate, {0x10000}), kIOReturnNoDevice);
     }
     c.reset();
+  }
+}
+
+TEST(UserClientWire, AMalformedNotificationClosesTheConnection) {
+  const Bytes good = {0, 0, 0, 20, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7};
+  const Bytes bad[] = {
+      {0, 0, 0, 20, 0, 0, 0, 0x91, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7},
+      {0, 0, 0, 16, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0},
+  };
+  for (const Bytes& frame : bad) {
+    std::promise<void> notifier_done;
+    std::promise<bool> closed;
+    FakeDriver fake([&](int fd) {
+      FakeDriver::send_bytes(fd, good);
+      FakeDriver::send_bytes(fd, frame);
+      notifier_done.get_future().wait();
+      uint8_t byte;
+      closed.set_value(recv(fd, &byte, 1, MSG_DONTWAIT) == 0);
+    });
+    auto n = fake.open_interest();
+    std::vector<InterestMessage> got;
+    for (pollfd p{n->fd(), POLLIN, 0}; poll(&p, 1, 5000) == 1 && n->read_pending(got);) {
+    }
+    notifier_done.set_value();
+    // Asked while this side still holds the notifier.
+    EXPECT_TRUE(closed.get_future().get()) << int{frame[7]};
+    ASSERT_EQ(got.size(), 1u);
+    EXPECT_EQ(got[0].argument, 7u);
   }
 }
 
