@@ -28,6 +28,7 @@
 #include "model/flattened_data.h"
 #include "model/response_block.h"
 #include "platform/linux/user_client_socket.h"
+#include "tests/support/golden.h"
 #include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
 
@@ -327,7 +328,7 @@ class DeviceUploadTest : public ReferenceDriverTest {
 };
 
 TEST_F(DeviceUploadTest, TestTableReachesTheDriverSorted) {
-  use_bundle_beside(std::string(std::getenv("CX_TEST_DATA")) + "/devices");
+  use_bundle_beside(data_path("devices"));
   CaptureStderr();
   EXPECT_EQ(setDeviceDescriptors(), 0);
   GetCapturedStderr();

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,26 +17,15 @@
 #include "model/builtin_actlists.h"
 #include "model/response_block.h"
 #include "model/response_printer.h"
+#include "tests/support/golden.h"
 
 namespace cx {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-std::string data_path(const std::string& name) {
-  return std::string(std::getenv("CX_TEST_DATA")) + "/" + name;
-}
-
-Bytes read_hex(const std::string& name) {
-  std::ifstream in(data_path(name));
-  Bytes bytes;
-  for (std::string line; std::getline(in, line);) {
-    std::istringstream words(line.substr(0, line.find('#')));
-    for (std::string word; words >> word;)
-      bytes.push_back(static_cast<uint8_t>(std::stoul(word, 0, 16)));
-  }
-  return bytes;
-}
+using test::data_path;
+using test::read_hex;
 
 TEST(ResponseBlock, BuildersMatchGoldenBytes) {
   const struct {
