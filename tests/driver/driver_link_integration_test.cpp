@@ -28,6 +28,7 @@
 #include "model/flattened_data.h"
 #include "model/response_block.h"
 #include "platform/linux/user_client_socket.h"
+#include "tests/support/agent_link.h"
 #include "tests/support/golden.h"
 #include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
@@ -55,20 +56,12 @@ class ReferenceDriverTest : public ::testing::Test {
               state.menu.y = 200;
               state.events.push(2, std::span(reinterpret_cast<const uint8_t*>(kUrl), 20));
             },
-            adb_mice),
-        service_(platform::make_socket_user_client_service(driver_.dir())) {}
-  void SetUp() override {
-    ASSERT_TRUE(driver_.running()) << driver_.error();
-    platform::set_user_client_service(service_.get());
-  }
-  void TearDown() override {
-    DisconnectFromDriver();
-    platform::set_user_client_service(nullptr);
-    unsetenv("CORVEX_BUNDLE");
-  }
+            adb_mice) {}
+  void SetUp() override { ASSERT_TRUE(driver_.running()) << driver_.error(); }
+  void TearDown() override { unsetenv("CORVEX_BUNDLE"); }
 
   ReferenceDriver driver_;
-  std::unique_ptr<platform::UserClientService> service_;
+  AgentLink link_{driver_.dir()};
 };
 
 std::array<uint8_t, kActionNameSize> name_record(const char* text) {
