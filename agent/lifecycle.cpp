@@ -110,13 +110,15 @@ int check_driver_version() {
   return setup_status::version_mismatch;
 }
 
-// The control panel finds the agent by its signature on the bus.
-void serve_agent_events() {
+// The control panel finds the agent by its signature on the bus. Two agents
+// of one session would both act on every press, so the second one leaves.
+int serve_agent_events() {
   const platform::AEServeResult result = platform::apple_events().serve(kAgentSignature);
   if (result == platform::AEServeResult::no_transport)
     std::fprintf(stderr, "Corvex Background: no session bus, the control panel cannot reach us\n");
-  else if (result == platform::AEServeResult::signature_taken)
-    std::fprintf(stderr, "Corvex Background: another agent already serves this session\n");
+  if (result != platform::AEServeResult::signature_taken) return 0;
+  std::fprintf(stderr, "Corvex Background: another agent already serves this session, leaving\n");
+  return setup_status::agent_already_running;
 }
 
 }  // namespace
@@ -158,6 +160,9 @@ int setup_backgroundapp() {
                           300, 700, 300, 500, 0, 1);
   cc_diag_read_info("com.velcorra.corvex.background.diags");
   write_report_header();
+  // Before the driver is touched: a second agent must not even drain the
+  // first one's queue. Events are dispatched only once the loop runs.
+  if (const int status = serve_agent_events(); status != 0) return status;
 
   if (!ConnectToDriver()) {
     std::fprintf(stderr, "Corvex Background: could not connect to driver\n");
@@ -172,7 +177,6 @@ int setup_backgroundapp() {
 
   diag_line("Initializing AE Handlers", kTraceLevel);
   if (const int status = install_apple_event_handlers(); status != 0) return status;
-  serve_agent_events();
 
   learn_user_session();
   // The settings follow when the driver confirms this user.

@@ -16,6 +16,8 @@ inline constexpr int16_t version_mismatch = -10011;
 // with the platform's user-client service.
 inline constexpr int16_t no_service = -10023;
 inline constexpr int16_t no_interest_notification = -10024;
+// Another agent already serves this login session.
+inline constexpr int16_t agent_already_running = -10025;
 }  // namespace setup_status
 
 // The one driver interface this agent works with: nothing older or newer.

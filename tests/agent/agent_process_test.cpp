@@ -193,11 +193,16 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
 }
 
-TEST_F(AgentProcessTest, RunsFromTheBuildTreeWithoutItsBundleNamed) {
+TEST_F(AgentProcessTest, RunsFromTheBuildTreeAndASecondAgentOfTheSessionLeaves) {
   unsetenv("CORVEX_BUNDLE");  // the staged bundle beside the executable
   start_driver();
   start_agent();
   ASSERT_TRUE(agent_active()) << agent_->errors();
+  BackgroundProcess second({CX_AGENT});
+  EXPECT_EQ(second.wait_exit(), -10025 & 0xFF);
+  EXPECT_NE(second.errors().find("another agent already serves this session"), std::string::npos)
+      << second.errors();
+  EXPECT_TRUE(agent_active());
 }
 
 }  // namespace
