@@ -8,6 +8,7 @@
 #include "agent/agent_callbacks.h"
 #include "agent/agent_state.h"
 #include "agent/driver_events.h"
+#include "agent/driver_relink.h"
 #include "agent/fast_user_switch.h"
 #include "agent/foreground_app.h"
 #include "agent/menu_extra.h"
@@ -49,10 +50,7 @@ void deliver_driver_messages() {
   const bool alive = cx_notifyPort->notifier->read_pending(messages);
   for (const platform::InterestMessage& m : messages)
     agent_routines.driver_notify(nullptr, vcx_service, m.type, m.argument);
-  if (!alive) {
-    std::fprintf(stderr, "Corvex Background: the driver closed its notifications\n");
-    cx_notifyPort->source.reset();
-  }
+  if (!alive) driver_link_lost();
 }
 
 struct handler_entry {
@@ -96,6 +94,8 @@ void write_report_trailer() {
   diag_line(">>>>>>>>>>>>>>>><<<<<<<<<<<<<<<", kReportLevel);
 }
 
+}  // namespace
+
 int check_driver_version() {
   mouse_version_info info{};
   store_be16(info.bytes.data(), static_cast<uint16_t>(mouse_version_info::kSize));
@@ -109,6 +109,8 @@ int check_driver_version() {
                version, revision, kDriverInterfaceVersion, kDriverInterfaceRevision);
   return setup_status::version_mismatch;
 }
+
+namespace {
 
 // The control panel finds the agent by its signature on the bus. Two agents
 // of one session would both act on every press, so the second one leaves.
@@ -143,6 +145,24 @@ int register_event_notifications() {
   return 0;
 }
 
+void release_event_notifications() {
+  cx_notifyPort.reset();
+  cx_masterPort = nullptr;
+}
+
+int setup_driver_link() {
+  if (!ConnectToDriver()) {
+    std::fprintf(stderr, "Corvex Background: could not connect to driver\n");
+    return setup_status::no_driver;
+  }
+  // Presses queued while no agent listened are stale: drop them.
+  poll_driver_events(false);
+  if (const int status = register_event_notifications(); status != 0) return status;
+
+  diag_line("Checking driver version", kTraceLevel);
+  return check_driver_version();
+}
+
 int install_apple_event_handlers() {
   platform::AEHandlerTable& table = platform::apple_events().handlers();
   for (const handler_entry& e : served_events()) {
@@ -164,16 +184,8 @@ int setup_backgroundapp() {
   // first one's queue. Events are dispatched only once the loop runs.
   if (const int status = serve_agent_events(); status != 0) return status;
 
-  if (!ConnectToDriver()) {
-    std::fprintf(stderr, "Corvex Background: could not connect to driver\n");
-    return setup_status::no_driver;
-  }
-  // Presses queued before this agent ran are stale: drop them.
-  poll_driver_events(false);
-  if (const int status = register_event_notifications(); status != 0) return status;
-
-  diag_line("Checking driver version", kTraceLevel);
-  if (const int status = check_driver_version(); status != 0) return status;
+  if (const int status = setup_driver_link(); status != 0) return status;
+  watch_driver_link();
 
   diag_line("Initializing AE Handlers", kTraceLevel);
   if (const int status = install_apple_event_handlers(); status != 0) return status;
@@ -191,12 +203,9 @@ int setup_backgroundapp() {
 void cleanup_backgroundapp() {
   unloadMenuExtraBundle();
   removeForegroundAppTimer();
-  if (cx_notifyPort) {
-    if (background_app_active || user_session_active) set_active_uid(false);
-    cx_notifyPort->source.reset();
-  }
-  cx_notifyPort.reset();
-  cx_masterPort = nullptr;
+  unwatch_driver_link();
+  if (cx_notifyPort && (background_app_active || user_session_active)) set_active_uid(false);
+  release_event_notifications();
   DisconnectFromDriver();
   pref_data.reset();
   write_report_trailer();

@@ -31,6 +31,12 @@ void cleanup_backgroundapp();
 
 int install_apple_event_handlers();
 int register_event_notifications();
+void release_event_notifications();
+// 0, or -10011 with the mismatch reported on stderr.
+int check_driver_version();
+// The driver connection, the drain of stale events, the notifications and
+// the version check: what start-up and every reconnection do first.
+int setup_driver_link();
 
 platform::OSErr QuitAppleEventHandler(const platform::AppleEvent& event,
                                       platform::AppleEvent& reply, intptr_t refcon);

@@ -57,6 +57,14 @@ extern shared_memory_slot out_shmem;  // reply buffer
 
 // 1 when connected (already or now), 0 on failure (reported on stderr).
 int ConnectToDriver();
+
+// Told, from inside the failing call, that the driver behind `vcx_connect`
+// has gone; it must not close the connection there and then.
+using driver_gone_handler = void (*)();
+void set_driver_gone_handler(driver_gone_handler handler);
+// Passes on the result of a call on `vcx_connect`, telling the handler when
+// the call found the driver gone.
+platform::kern_return_t note_driver_call(platform::kern_return_t kr);
 // Releases both buffers and closes the connection; harmless when closed.
 void DisconnectFromDriver();
 

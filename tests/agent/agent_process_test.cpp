@@ -34,6 +34,12 @@ std::string read_file(const std::string& path) {
   return text.str();
 }
 
+int count(const std::string& text, const std::string& part) {
+  int n = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
 // Polls `probe` for up to five seconds.
 template <typename Probe>
 bool eventually(Probe probe) {
@@ -191,6 +197,28 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   const std::string text = log();
   EXPECT_EQ(text.find("Setting Device Descriptors"), text.rfind("Setting Device Descriptors"));
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
+}
+
+TEST_F(AgentProcessTest, SurvivesTheDriverRestartingAndActsOnPressesAfterwards) {
+  start_driver();
+  start_agent();
+  ASSERT_TRUE(agent_active()) << agent_->errors();
+
+  kill(driver_->pid(), SIGKILL);
+  driver_->wait_exit();
+  EXPECT_TRUE(eventually([&] { return corvexctl({"status"}).out == "inactive\n"; }));
+  start_driver();
+  ASSERT_TRUE(agent_active()) << agent_->errors();
+  EXPECT_NE(driverctl({"state"}).find("active user: uid 1 (active)"), std::string::npos);
+  driverctl({"event", "2", "687474703a2f2f6578616d706c652e6f72672f00"});
+  EXPECT_TRUE(logged("Launching URL\r\n"));
+
+  // Said once; the new driver was set up from the start, devices included.
+  EXPECT_EQ(count(agent_->errors(), "Corvex Background: lost the driver, reconnecting\n"), 1);
+  const std::string text = log();
+  EXPECT_EQ(count(text, "Driver connection lost"), 1) << text;
+  EXPECT_EQ(count(text, "Setting Device Descriptors"), 2);
+  EXPECT_EQ(count(text, "Background App Activating"), 2);
 }
 
 TEST_F(AgentProcessTest, RunsFromTheBuildTreeAndASecondAgentOfTheSessionLeaves) {
