@@ -47,7 +47,8 @@ inline constexpr int16_t reply_cannot_grow = -102;
 inline constexpr int16_t bad_reply = -103;
 }  // namespace driver_status
 
-// Null while closed; once connected the agent never reconnects by itself.
+// Null while closed. This layer never reconnects by itself: after a loss
+// the connection stays dead until it is disconnected.
 extern std::unique_ptr<platform::UserClientConnection> vcx_connect;
 extern bool driver_connected;
 // The service behind `vcx_connect` (IOConnectGetService); empty while closed.
