@@ -445,6 +445,8 @@ TEST_F(DriverLinkTest, EveryRequestSendsItsCodeParametersAndDataByteForByte) {
        code(1) + Bytes{0x01, 0x02, 0, 10, 0, 0, 0, 0} + pattern(10, 0x40)},
       {RUN(CXAccessData(-3, 40, 1, buf.data(), 10)),
        code(1) + Bytes{0xFF, 0xFD, 0, 10, 0, 0, 0, 1}},
+      {RUN(CXAccessData(7, 4, 0x80000002, buf.data(), 10)),  // any non-zero mode reads
+       code(1) + Bytes{0, 7, 0, 4, 0x80, 0, 0, 2}},
       {RUN(CXAccessGlobalData(98, 1, buf.data(), 8)),
        code(2) + Bytes{0, 0, 0, 8, 0, 98, 1, 0} + pattern(8, 0x40)},
       {RUN(CXAccessGlobalData(37, 2, buf.data(), 12)), code(2) + Bytes{0, 0, 0, 12, 0, 37, 2, 0}},

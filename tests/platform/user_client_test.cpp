@@ -8,17 +8,17 @@
 
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
-#include "tests/refdriver/running_server.h"
+#include "tests/support/echo_server.h"
 
 namespace cx::platform {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 using refdriver::TransportLimits;
-using refdriver::testing::kAdb;
-using refdriver::testing::kMouse;
-using refdriver::testing::read_frame;
-using refdriver::testing::RunningServer;
+using test::kAdb;
+using test::kMouse;
+using test::read_frame;
+using test::RunningServer;
 
 constexpr uint32_t kCreate = 0, kRelease = 1, kFlattened = 2, kTransfer = 4;
 
@@ -277,7 +277,7 @@ class FakeDriver {
   Bytes hello;
 
  private:
-  refdriver::testing::TempDir dir_;
+  test::TempDir dir_;
   UniqueFd listener_;
   std::thread thread_;
 };
@@ -340,7 +340,7 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
       read_frame(fd);
       if (k.reply.empty()) return;
       FakeDriver::send_bytes(fd, k.reply);
-      refdriver::testing::closed_by_peer(fd);
+      test::closed_by_peer(fd);
     });
     auto c = fake.open();
     if (k.map) {
