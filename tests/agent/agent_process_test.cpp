@@ -124,13 +124,6 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
 }
 
-TEST_F(AgentProcessTest, RunsFromTheBuildTreeWithoutItsBundleNamed) {
-  unsetenv("CORVEX_BUNDLE");  // the staged bundle beside the executable
-  start_driver();
-  start_agent();
-  ASSERT_TRUE(agent_active()) << agent_->errors();
-}
-
 TEST_F(AgentProcessTest, SurvivesTheDriverRestartingAndActsOnPressesAfterwards) {
   start_driver();
   session_.start_agent();
