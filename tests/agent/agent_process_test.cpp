@@ -127,8 +127,8 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
 TEST_F(AgentProcessTest, RunsFromTheBuildTreeWithoutItsBundleNamed) {
   unsetenv("CORVEX_BUNDLE");  // the staged bundle beside the executable
   start_driver();
-  start_agent();
-  ASSERT_TRUE(agent_active()) << agent_->errors();
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
 }
 
 }  // namespace
