@@ -174,6 +174,12 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   EXPECT_EQ(daemon.ctl("press 999", out), 1);
   EXPECT_EQ(out, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
   EXPECT_EQ(daemon.ctl("", out), 2);
+  // A line far longer than the driver takes: it closes while the tool still writes.
+  EXPECT_EQ(daemon.ctl("$(for i in 1 2 3 4 5 6 7 8; do head -c 100000 /dev/zero | tr '\\0' x; "
+                       "echo; done)",
+                       out),
+            2);
+  EXPECT_TRUE(out.starts_with("corvex-driverctl: the driver closed the connection")) << out;
 
   EXPECT_EQ(daemon.stop(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));
