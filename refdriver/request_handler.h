@@ -13,6 +13,7 @@
 #include "refdriver/byte_reader.h"
 #include "refdriver/driver_sink.h"
 #include "refdriver/driver_state.h"
+#include "refdriver/post_limiter.h"
 #include "refdriver/request_codes.h"
 #include "refdriver/response_run.h"
 #include "refdriver/transport_handler.h"
@@ -64,6 +65,8 @@ class RequestHandler : public TransportHandler {
   Reply dispatch(const ClientPeer& peer, uint32_t code, std::span<const uint8_t> params);
   static Reply status(int16_t s) { return Reply{s, {}, false}; }
   Reply access_record(const ClientPeer& peer, ByteReader& in, bool global);
+  // A write of the active-user record.
+  int16_t claim_active_user(const ClientPeer& peer, std::span<const uint8_t> data);
 
   Reply InitializeDriver(const ClientPeer&, ByteReader&);
   Reply CXAccessData(const ClientPeer&, ByteReader&);
@@ -111,8 +114,11 @@ class RequestHandler : public TransportHandler {
 
   DriverState& state_;
   DriverSink& sink_;
+  PostLimiter posts_;  // every message a request causes goes through it
   ActionRunner runner_;
   bool verbose_;
+  // The connections that have been told of the current active user.
+  std::vector<uint64_t> told_active_;
   std::vector<uint8_t> snapshot_;  // the request, copied out of shared memory
   // Scratch kept between requests so that large runs allocate once.
   std::vector<ParsedResponse> parsed_;
