@@ -68,6 +68,7 @@ struct TransportServer::Client {
   bool closed = false;
   // Since when an unfinished request (frame or line) has sat unanswered.
   std::optional<Clock::time_point> waiting_since;
+  bool may_have_frame = false;  // received bytes not yet cut into frames
 
   bool pending() const { return out_at < out.size(); }
   bool is_interest() const { return session && session->is_interest(); }
@@ -178,14 +179,13 @@ void TransportServer::poll_once(int timeout_ms) {
     if (client->is_interest()) events |= POLLIN;
     poll_fds_.push_back({client->fd.get(), events, 0});
   }
-  timeout_ms = until_stall(timeout_ms);
+  // Requests already received are served in turns without waiting.
+  const bool turn_waits = std::any_of(clients_.begin(), clients_.end(), [](const auto& c) {
+    return c->may_have_frame && !c->pending() && !c->closed;
+  });
+  timeout_ms = turn_waits ? 0 : until_stall(timeout_ms);
   const int ready = poll(poll_fds_.data(), poll_fds_.size(), timeout_ms);
   if (ready < 0) return;
-  if (ready == 0) {
-    close_stalled();
-    remove_closed();
-    return;
-  }
 
   if (poll_fds_[0].revents) {
     uint64_t count = 0;
@@ -203,6 +203,11 @@ void TransportServer::poll_once(int timeout_ms) {
     }
     if (revents & POLLOUT) flush(client);
     if (!client.closed && (revents & POLLIN)) receive(client);
+  }
+  // One request per connection per turn, so that one client's burst cannot
+  // hold the others' requests back.
+  for (std::size_t i = 0; i < client_count; ++i) {
+    if (clients_[i]->session) serve_one(*clients_[i]);
   }
   close_stalled();
   // Closed clients go first so that they do not count against the limit.
@@ -303,31 +308,35 @@ void TransportServer::receive_frames(Client& client) {
     return;
   }
   client.frames.commit(static_cast<std::size_t>(n));
+  client.may_have_frame = true;
   note_waiting(client, false);
-  handle_frames(client);
 }
 
-void TransportServer::handle_frames(Client& client) {
+void TransportServer::serve_one(Client& client) {
+  if (client.closed || client.close_after_flush || client.pending() || !client.may_have_frame) {
+    return;
+  }
+  std::span<const uint8_t> frame;
+  const uc::FrameAssembler::Result r = client.frames.next(frame);
+  if (r == uc::FrameAssembler::Result::NeedMore) {
+    client.may_have_frame = false;
+    return;
+  }
+  if (r == uc::FrameAssembler::Result::Malformed) {
+    client.closed = true;
+    return;
+  }
   Reply reply;
-  while (!client.closed && !client.close_after_flush && !client.pending()) {
-    std::span<const uint8_t> frame;
-    const uc::FrameAssembler::Result r = client.frames.next(frame);
-    if (r == uc::FrameAssembler::Result::NeedMore) return;
-    if (r == uc::FrameAssembler::Result::Malformed) {
-      client.closed = true;
-      return;
-    }
-    const UcSession::Verdict verdict = client.session->handle(frame, reply);
-    if (verdict == UcSession::Verdict::Close) {
-      client.closed = true;
-      return;
-    }
-    if (reply.length > 0) send(client, reply.bytes.data(), reply.length, reply.fd);
-    note_waiting(client, true);
-    if (verdict == UcSession::Verdict::CloseAfterReply) {
-      client.close_after_flush = true;
-      client.closed = client.closed || !client.pending();
-    }
+  const UcSession::Verdict verdict = client.session->handle(frame, reply);
+  if (verdict == UcSession::Verdict::Close) {
+    client.closed = true;
+    return;
+  }
+  if (reply.length > 0) send(client, reply.bytes.data(), reply.length, reply.fd);
+  note_waiting(client, true);
+  if (verdict == UcSession::Verdict::CloseAfterReply) {
+    client.close_after_flush = true;
+    client.closed = client.closed || !client.pending();
   }
 }
 
@@ -412,9 +421,7 @@ void TransportServer::flush(Client& client) {
   client.out_at = 0;
   if (client.close_after_flush) {
     client.closed = true;
-  } else if (client.session) {
-    handle_frames(client);
-  } else {
+  } else if (!client.session) {
     handle_lines(client);
   }
 }

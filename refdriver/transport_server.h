@@ -76,7 +76,8 @@ class TransportServer {
   void receive(Client& client);
   void receive_frames(Client& client);
   void receive_lines(Client& client);
-  void handle_frames(Client& client);
+  // Answers the next whole frame the client has sent, if any.
+  void serve_one(Client& client);
   void handle_lines(Client& client);
   void send(Client& client, const uint8_t* data, std::size_t length, int fd);
   void flush(Client& client);

@@ -155,6 +155,41 @@ TEST(TransportFrames, JoinedFramesAreAnsweredInOrder) {
   EXPECT_NE(load_be64(&first[16]), load_be64(&second[16]));  // two buffers
 }
 
+std::vector<uint8_t> adb_call(uint32_t value) {
+  std::vector<uint8_t> frame(64);
+  const std::size_t head = uc::encode_struct_call_head(frame.data(), 0, 4, 0);
+  store_be32(&frame[head], value);
+  frame.resize(head + 4);
+  return frame;
+}
+
+TEST(TransportTurns, ABurstOfRequestsDoesNotHoldAnotherClientBack) {
+  testing::TempDir dir;
+  testing::EchoHandler handler;
+  std::string error;
+  const auto server = TransportServer::create(dir.path(), 2, handler, error);
+  ASSERT_TRUE(server) << error;
+  UniqueFd burst = raw_connect(dir.path(), testing::kAdb + ".1");
+  UniqueFd single = raw_connect(dir.path(), testing::kAdb + ".2");
+  std::vector<uint8_t> many = hello_bytes(uc::kMagic, 1, 1);
+  for (uint32_t i = 0; i < 50; ++i) {
+    const std::vector<uint8_t> call = adb_call(i);
+    many.insert(many.end(), call.begin(), call.end());
+  }
+  std::vector<uint8_t> one = hello_bytes(uc::kMagic, 1, 1);
+  const std::vector<uint8_t> call = adb_call(1000);
+  one.insert(one.end(), call.begin(), call.end());
+  ASSERT_TRUE(write_bytes(burst.get(), many));
+  ASSERT_TRUE(write_bytes(single.get(), one));
+
+  for (int turn = 0; turn < 200 && handler.adb_calls().size() < 51; ++turn) server->poll_once(100);
+  const auto calls = handler.adb_calls();
+  ASSERT_EQ(calls.size(), 51u);
+  const auto at = std::find(calls.begin(), calls.end(), std::pair<uint32_t, uint32_t>(2, 1000));
+  EXPECT_LE(at - calls.begin(), 1);
+  EXPECT_EQ(calls.back(), (std::pair<uint32_t, uint32_t>(1, 49)));
+}
+
 // Selector 2 of the test handler posts `count` messages.
 void post_through(platform::UserClientConnection& c, int64_t request, int64_t reply,
                   platform::MemoryMapping& in, uint32_t count) {
