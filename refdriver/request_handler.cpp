@@ -59,8 +59,14 @@ const std::array<RequestHandler::Method, request::count> RequestHandler::kMethod
     &RequestHandler::SetAbsoluteMouse,
 };
 
-RequestHandler::RequestHandler(DriverState& state, DriverSink& sink, bool verbose)
-    : state_(state), sink_(sink), posts_(sink, state), runner_(state, posts_), verbose_(verbose) {}
+RequestHandler::RequestHandler(DriverState& state, DriverSink& sink, bool verbose,
+                               ConsoleSessions* sessions)
+    : state_(state),
+      sink_(sink),
+      posts_(sink, state),
+      runner_(state, posts_),
+      verbose_(verbose),
+      sessions_(sessions) {}
 
 int64_t RequestHandler::transfer(const ClientPeer& peer, std::span<const uint8_t> request,
                                  std::span<uint8_t> reply) {
