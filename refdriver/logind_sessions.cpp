@@ -63,20 +63,22 @@ ConsoleSessions::Answer LogindSessions::process_is_active(int32_t pid) {
   const gchar* path = nullptr;
   g_variant_get(session.get(), "(&o)", &path);
   VariantPtr reply(g_dbus_connection_call_sync(
-      connection_.get(), kLogind, path, "org.freedesktop.DBus.Properties", "Get",
-      g_variant_new("(ss)", "org.freedesktop.login1.Session", "Active"), G_VARIANT_TYPE("(v)"),
+      connection_.get(), kLogind, path, "org.freedesktop.DBus.Properties", "GetAll",
+      g_variant_new("(s)", "org.freedesktop.login1.Session"), G_VARIANT_TYPE("(a{sv})"),
       G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &raw));
   if (!reply) {
     const ErrorPtr error(raw);
     return unreachable(error.get()) ? Answer::Unreachable : Answer::NotActive;
   }
-  GVariant* value = nullptr;
-  g_variant_get(reply.get(), "(v)", &value);
-  const VariantPtr active(value);
-  return g_variant_is_of_type(active.get(), G_VARIANT_TYPE_BOOLEAN) &&
-                 g_variant_get_boolean(active.get())
-             ? Answer::Active
-             : Answer::NotActive;
+  const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
+  gboolean active = FALSE;
+  const gchar* seat = nullptr;
+  const gchar* seat_path = nullptr;
+  g_variant_lookup(properties.get(), "Active", "b", &active);
+  // A session without a seat (a remote login, a service) is "active" to
+  // logind but sits at no console.
+  g_variant_lookup(properties.get(), "Seat", "(&s&o)", &seat, &seat_path);
+  return active && seat && *seat ? Answer::Active : Answer::NotActive;
 }
 
 }  // namespace cx::refdriver

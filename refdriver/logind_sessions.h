@@ -1,7 +1,7 @@
 // The console sessions as systemd-logind tells them, over the system bus
 // (DBUS_SYSTEM_BUS_ADDRESS when set): the process's session
-// (GetSessionByPID), then that session's Active property, the way uaccess and
-// polkit's allow_active decide. Each question waits a short time at most; a
+// (GetSessionByPID), then whether that session is Active and has a Seat, the
+// way uaccess and polkit's allow_active decide. Each question waits a short time at most; a
 // bus or logind that does not answer is Unreachable, and the connection is
 // made again at the next question.
 #pragma once

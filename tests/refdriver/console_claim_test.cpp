@@ -1,5 +1,5 @@
 // Who may become the driver's active user, decided by a logind on a private
-// system bus: only a process of an active session (root: anyone), and the
+// system bus: only a process of an active session at a seat (root: anyone), and the
 // uid rule alone while logind cannot be reached.
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -26,10 +26,11 @@ TEST(ConsoleClaims, OnlyAProcessOfAnActiveSessionMakesItsUserActive) {
   // be taken for it.
   logind.add_session("c1", 1000, {101}, false);
   logind.add_session("c2", 1001, {102, getpid()}, true);
+  logind.add_session("remote", 1004, {104}, true, "");
   LogindSessions sessions(logind.address());
   Harness h(&sessions);
   const ClientPeer away{1, 1000, 101}, console{2, 1001, 102}, nowhere{3, 1002, 777},
-      no_pid{4, 1003, 0}, root{5, 0, 777};
+      no_pid{4, 1003, 0}, root{5, 0, 777}, remote{6, 1004, 104};
 
   h.steps({{rq::CXAccessGlobalData, claim(1000), kPermission},
            {rq::CXAccessGlobalData, claim(1000, 1), kDone},
@@ -37,6 +38,7 @@ TEST(ConsoleClaims, OnlyAProcessOfAnActiveSessionMakesItsUserActive) {
           &away);
   h.steps({{rq::CXAccessGlobalData, claim(1002), kPermission}}, &nowhere);
   h.steps({{rq::CXAccessGlobalData, claim(1003), kPermission}}, &no_pid);
+  h.steps({{rq::CXAccessGlobalData, claim(1004), kPermission}}, &remote);
   EXPECT_TRUE(h.sink.messages.empty());
   h.steps({{rq::CXAccessGlobalData, claim(1001), kDone}}, &console);
   EXPECT_EQ(h.sink.messages, (std::vector<std::pair<uint32_t, uint64_t>>{{14, 1001}}));

@@ -41,6 +41,7 @@ constexpr const char* kInterfaces = R"xml(<node>
   <interface name="org.freedesktop.login1.Session">
     <property name="Id" type="s" access="read"/>
     <property name="User" type="(uo)" access="read"/>
+    <property name="Seat" type="(so)" access="read"/>
     <property name="Active" type="b" access="read"/>
   </interface>
 </node>)xml";
@@ -67,6 +68,7 @@ struct FakeLogind::Impl {
   struct Session {
     uint32_t uid;
     bool active;
+    std::string seat;
   };
   // What a session object's callbacks are given.
   struct Object {
@@ -229,6 +231,11 @@ GVariant* FakeLogind::Impl::session_property(const std::string& id, const gchar*
   const std::string_view property(name);
   if (property == "Id") return g_variant_new_string(id.c_str());
   if (property == "Active") return g_variant_new_boolean(session.active);
+  if (property == "Seat") {
+    const std::string seat =
+        session.seat.empty() ? "/" : "/org/freedesktop/login1/seat/" + session.seat;
+    return g_variant_new("(so)", session.seat.c_str(), seat.c_str());
+  }
   const std::string user = "/org/freedesktop/login1/user/_" + std::to_string(session.uid);
   return g_variant_new("(uo)", session.uid, user.c_str());
 }
@@ -314,10 +321,10 @@ const std::string& FakeLogind::address() const {
 }
 
 void FakeLogind::add_session(const std::string& id, uint32_t uid, const std::vector<pid_t>& pids,
-                             bool active) {
+                             bool active, const std::string& seat) {
   {
     const std::lock_guard lock(impl_->mutex);
-    impl_->sessions[id] = {uid, active};
+    impl_->sessions[id] = {uid, active, seat};
     for (const pid_t pid : pids) impl_->processes[pid] = id;
   }
   if (impl_->thread.joinable()) impl_->on_loop([&] { impl_->register_session(id); });

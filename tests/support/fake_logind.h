@@ -5,7 +5,8 @@
 //
 // Served: Manager.GetSessionByPID(u) -> o (0: the caller's own process),
 // Manager.GetSession(s) -> o, and on each session object the properties Id
-// (s), User ((uo)) and Active (b); a change of Active is signalled with
+// (s), User ((uo)), Seat ((so), ("", "/") for a session without one) and
+// Active (b); a change of Active is signalled with
 // PropertiesChanged, as logind does. Unknown pids and sessions answer
 // logind's errors NoSessionForPID and NoSuchSession.
 #pragma once
@@ -32,9 +33,10 @@ class FakeLogind {
   // The bus address, for DBUS_SYSTEM_BUS_ADDRESS.
   const std::string& address() const;
 
-  // Session `id` of user `uid`, holding the processes `pids`.
-  void add_session(const std::string& id, uint32_t uid, const std::vector<pid_t>& pids,
-                   bool active);
+  // Session `id` of user `uid` on `seat` (empty: none, as a remote login),
+  // holding the processes `pids`.
+  void add_session(const std::string& id, uint32_t uid, const std::vector<pid_t>& pids, bool active,
+                   const std::string& seat = "seat0");
   void add_process(const std::string& id, pid_t pid);
   void set_active(const std::string& id, bool active);
   // The object path logind gives session `id`.
