@@ -9,9 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fcntl.h>
+
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,6 +27,8 @@
 #include "refdriver/control_socket.h"
 #include "refdriver/request_codes.h"
 #include "refdriver/transport_server.h"
+#include "tests/support/fake_logind.h"
+#include "tests/support/other_user.h"
 #include "util/byte_order.h"
 
 namespace cx::refdriver {
@@ -33,17 +39,27 @@ using platform::kIOReturnSuccess;
 
 class Daemon {
  public:
-  Daemon() {
+  // `env` is added to this process's environment for the daemon.
+  explicit Daemon(const std::vector<std::string>& env = {}) {
     char pattern[] = "/tmp/cxdctl.XXXXXX";
     dir_ = mkdtemp(pattern);
     services_ = dir_ + "/iokit";
+    // Everything the child needs is made here: the test may run threads.
+    std::vector<std::string> strings = {"CORVEX_IOKIT_DIR=" + services_};
+    strings.insert(strings.end(), env.begin(), env.end());
+    std::vector<char*> envp;
+    for (std::string& s : strings) envp.push_back(s.data());
+    for (char** e = environ; *e; ++e) envp.push_back(*e);
+    envp.push_back(nullptr);
+    const int log = open((dir_ + "/log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     pid_ = fork();
     if (pid_ == 0) {
-      setenv(kServiceDirectoryVariable.data(), services_.c_str(), 1);
-      if (!freopen((dir_ + "/log").c_str(), "w", stdout)) _exit(127);
-      execl(CX_DRIVERD, CX_DRIVERD, "--adb-instances", "1", "--verbose", nullptr);
+      if (dup2(log, 1) < 0) _exit(127);
+      const char* argv[] = {CX_DRIVERD, "--adb-instances", "1", "--verbose", nullptr};
+      execve(CX_DRIVERD, const_cast<char**>(argv), envp.data());
       _exit(127);
     }
+    close(log);
     const fs::path control = fs::path(services_) / kControlSocketName;
     for (int i = 0; i < 500 && !fs::exists(control); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -55,6 +71,16 @@ class Daemon {
       waitpid(pid_, nullptr, 0);
     }
     fs::remove_all(dir_);
+  }
+  // What the daemon has written to its standard output.
+  std::string log() const {
+    std::ifstream in(dir_ + "/log");
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  }
+  // Opens the service directory to other users.
+  void share() const {
+    chmod(dir_.c_str(), 0755);
+    chmod(services_.c_str(), 0755);
   }
   // SIGTERM, then the exit status.
   int stop() {
@@ -184,6 +210,57 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   EXPECT_EQ(daemon.stop(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));
   EXPECT_EQ(daemon.ctl("state", out), 2);
+}
+
+// Runs the claimant as nobody against the daemon and returns what it printed;
+// `started` learns its pid before it claims.
+template <typename Started>
+std::string claim_as_nobody(const Daemon& daemon, Started started) {
+  const std::string script = CX_TEST_SOURCE_DIR "/claim_active_user.py";
+  // Found on the PATH: the build's interpreter may live where nobody cannot go.
+  const char* argv[] = {"python3", script.c_str(), daemon.services().c_str(), nullptr};
+  int out[2], go[2];
+  if (pipe2(out, O_CLOEXEC) != 0 || pipe2(go, O_CLOEXEC) != 0) return "no pipe";
+  const pid_t pid = fork();
+  if (pid == 0) {
+    char byte;
+    if (dup2(out[1], 1) < 0 || read(go[0], &byte, 1) != 1 || setgroups(0, nullptr) != 0 ||
+        setgid(test::kNobody) != 0 || setuid(test::kNobody) != 0) {
+      _exit(126);
+    }
+    execvp("python3", const_cast<char**>(argv));
+    _exit(127);
+  }
+  close(out[1]);
+  close(go[0]);
+  started(pid);
+  const ssize_t sent = write(go[1], "g", 1);
+  close(go[1]);
+  std::string printed;
+  char buffer[256];
+  for (ssize_t n; (n = read(out[0], buffer, sizeof buffer)) > 0;) printed.append(buffer, n);
+  close(out[0]);
+  waitpid(pid, nullptr, 0);
+  return sent == 1 ? printed : "not started";
+}
+
+TEST(DriverDaemon, OnlyAProcessAtTheConsoleTakesTheDriver) {
+  if (!test::can_play_other_users()) GTEST_SKIP() << "needs root to play another user";
+  test::FakeLogind logind;
+  ASSERT_TRUE(logind.ok()) << logind.error();
+  logind.add_session("7", test::kNobody, {}, false);
+  Daemon daemon({"DBUS_SYSTEM_BUS_ADDRESS=" + logind.address()});
+  daemon.share();
+  const auto in_session = [&](pid_t pid) { logind.add_process("7", pid); };
+  EXPECT_EQ(claim_as_nobody(daemon, in_session), "-54\n");
+  logind.set_active("7", true);
+  EXPECT_EQ(claim_as_nobody(daemon, in_session), "1\n");
+  EXPECT_NE(daemon.log().find("active user: uid 65534"), std::string::npos) << daemon.log();
+
+  // Without logind, the uid rule alone: a process in no session is heard.
+  logind.stop();
+  EXPECT_EQ(claim_as_nobody(daemon, [](pid_t) {}), "1\n");
+  EXPECT_NE(daemon.log().find("systemd-logind cannot be reached"), std::string::npos);
 }
 
 }  // namespace
