@@ -1,23 +1,15 @@
 // corvex-driverd run as a child process in a temporary service directory,
 // used by an agent over the user-client sockets and told what to simulate
 // by corvex-driverctl.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fcntl.h>
-
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "driver/transfer_block.h"
@@ -29,85 +21,13 @@
 #include "refdriver/transport_server.h"
 #include "tests/support/fake_logind.h"
 #include "tests/support/other_user.h"
-#include "util/byte_order.h"
+#include "tests/support/user_session.h"
 
 namespace cx::refdriver {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::kIOReturnSuccess;
-
-class Daemon {
- public:
-  // `env` is added to this process's environment for the daemon.
-  explicit Daemon(const std::vector<std::string>& env = {}) {
-    char pattern[] = "/tmp/cxdctl.XXXXXX";
-    dir_ = mkdtemp(pattern);
-    services_ = dir_ + "/iokit";
-    // Everything the child needs is made here: the test may run threads.
-    std::vector<std::string> strings = {"CORVEX_IOKIT_DIR=" + services_};
-    strings.insert(strings.end(), env.begin(), env.end());
-    std::vector<char*> envp;
-    for (std::string& s : strings) envp.push_back(s.data());
-    for (char** e = environ; *e; ++e) envp.push_back(*e);
-    envp.push_back(nullptr);
-    const int log = open((dir_ + "/log").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    pid_ = fork();
-    if (pid_ == 0) {
-      if (dup2(log, 1) < 0) _exit(127);
-      const char* argv[] = {CX_DRIVERD, "--adb-instances", "1", "--verbose", nullptr};
-      execve(CX_DRIVERD, const_cast<char**>(argv), envp.data());
-      _exit(127);
-    }
-    close(log);
-    const fs::path control = fs::path(services_) / kControlSocketName;
-    for (int i = 0; i < 500 && !fs::exists(control); ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-  }
-  ~Daemon() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    fs::remove_all(dir_);
-  }
-  // What the daemon has written to its standard output.
-  std::string log() const {
-    std::ifstream in(dir_ + "/log");
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
-  // Opens the service directory to other users.
-  void share() const {
-    chmod(dir_.c_str(), 0755);
-    chmod(services_.c_str(), 0755);
-  }
-  // SIGTERM, then the exit status.
-  int stop() {
-    kill(pid_, SIGTERM);
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  // corvex-driverctl's exit status; its output (both streams) in `output`.
-  int ctl(const std::string& args, std::string& output) {
-    const std::string command =
-        "CORVEX_IOKIT_DIR='" + services_ + "' '" CX_DRIVERCTL "' " + args + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    output.clear();
-    char buffer[512];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  const std::string& services() const { return services_; }
-
- private:
-  std::string dir_;
-  std::string services_;
-  pid_t pid_ = -1;
-};
 
 // The agent's side: a user client with its two mapped buffers.
 struct Agent {
@@ -156,7 +76,8 @@ struct Agent {
 };
 
 TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
-  Daemon daemon;
+  test::UserSession daemon;
+  ASSERT_TRUE(daemon.start_driver({"--adb-instances", "1", "--verbose"}));
   struct stat st {};
   ASSERT_EQ(stat((daemon.services() + "/" + std::string(kControlSocketName)).c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
@@ -169,17 +90,17 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   std::vector<uint8_t> data;
   EXPECT_EQ(agent.request(request::SetActionList, params, data), 1);
 
-  std::string out;
-  EXPECT_EQ(daemon.ctl("front Safari", out), 0);
-  EXPECT_EQ(daemon.ctl("press 0", out), 0);
-  EXPECT_EQ(out, "");
+  EXPECT_EQ(daemon.driverctl({"front", "Safari"}).exit_status, 0);
+  const test::CommandResult press = daemon.driverctl({"press", "0"});
+  EXPECT_EQ(press.exit_status, 0);
+  EXPECT_EQ(press.out + press.err, "");
   const auto messages = agent.messages();
   ASSERT_EQ(messages.size(), 1u);
   EXPECT_EQ(messages[0].type, 0xF9488FFFu);
   EXPECT_EQ(agent.request(request::GetNextBackgroundEvent, {}, data), 6);
   EXPECT_EQ(agent.request(request::GetNextBackgroundEvent, {}, data), 0);
 
-  EXPECT_EQ(daemon.ctl("notify 7 9", out), 0);
+  EXPECT_EQ(daemon.driverctl({"notify", "7", "9"}).exit_status, 0);
   const auto chord = agent.messages();
   ASSERT_EQ(chord.size(), 1u);
   EXPECT_EQ(chord[0].type, 0xF9488007u);
@@ -192,33 +113,33 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   size_t out_len = 0;
   EXPECT_EQ(adb->call_struct(0, input, {}, out_len), kIOReturnSuccess);
 
-  EXPECT_EQ(daemon.ctl("state", out), 0);
+  const std::string out = daemon.driverctl({"state"}).out;
   EXPECT_NE(out.find("front application: Safari -> global set"), std::string::npos) << out;
   EXPECT_NE(out.find("button 0 mods 0x00: \"\" flags 0x0000, 1 items 5200/1/0"), std::string::npos)
       << out;
   EXPECT_NE(out.find("ADBID32 firmware calls: 1"), std::string::npos) << out;
-  EXPECT_EQ(daemon.ctl("press 999", out), 1);
-  EXPECT_EQ(out, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
-  EXPECT_EQ(daemon.ctl("", out), 2);
+  const test::CommandResult bad = daemon.driverctl({"press", "999"});
+  EXPECT_EQ(bad.exit_status, 1);
+  EXPECT_EQ(bad.err, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
+  EXPECT_EQ(daemon.driverctl({}).exit_status, 2);
   // A line far longer than the driver takes: it closes while the tool still writes.
-  EXPECT_EQ(daemon.ctl("$(for i in 1 2 3 4 5 6 7 8; do head -c 100000 /dev/zero | tr '\\0' x; "
-                       "echo; done)",
-                       out),
-            2);
-  EXPECT_TRUE(out.starts_with("corvex-driverctl: the driver closed the connection")) << out;
+  const test::CommandResult cut =
+      daemon.driverctl(std::vector<std::string>(8, std::string(100000, 'x')));
+  EXPECT_EQ(cut.exit_status, 2);
+  EXPECT_TRUE(cut.err.starts_with("corvex-driverctl: the driver closed the connection")) << cut.err;
 
-  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_EQ(daemon.driver->terminate(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));
-  EXPECT_EQ(daemon.ctl("state", out), 2);
+  EXPECT_EQ(daemon.driverctl({"state"}).exit_status, 2);
 }
 
-// Runs the claimant as nobody against the daemon and returns what it printed;
-// `started` learns its pid before it claims.
+// Runs the claimant as nobody against the driver in `services` and returns
+// what it printed; `started` learns its pid before it claims.
 template <typename Started>
-std::string claim_as_nobody(const Daemon& daemon, Started started) {
+std::string claim_as_nobody(const std::string& services, Started started) {
   const std::string script = CX_TEST_SOURCE_DIR "/claim_active_user.py";
   // Found on the PATH: the build's interpreter may live where nobody cannot go.
-  const char* argv[] = {"python3", script.c_str(), daemon.services().c_str(), nullptr};
+  const char* argv[] = {"python3", script.c_str(), services.c_str(), nullptr};
   int out[2], go[2];
   if (pipe2(out, O_CLOEXEC) != 0 || pipe2(go, O_CLOEXEC) != 0) return "no pipe";
   const pid_t pid = fork();
@@ -249,18 +170,21 @@ TEST(DriverDaemon, OnlyAProcessAtTheConsoleTakesTheDriver) {
   test::FakeLogind logind;
   ASSERT_TRUE(logind.ok()) << logind.error();
   logind.add_session("7", test::kNobody, {}, false);
-  Daemon daemon({"DBUS_SYSTEM_BUS_ADDRESS=" + logind.address()});
-  daemon.share();
+  test::UserSession session;
+  ASSERT_TRUE(session.start_driver());
+  chmod(session.dir().c_str(), 0755);
+  chmod(session.services().c_str(), 0755);
+
   const auto in_session = [&](pid_t pid) { logind.add_process("7", pid); };
-  EXPECT_EQ(claim_as_nobody(daemon, in_session), "-54\n");
+  EXPECT_EQ(claim_as_nobody(session.services(), in_session), "-54\n");
   logind.set_active("7", true);
-  EXPECT_EQ(claim_as_nobody(daemon, in_session), "1\n");
-  EXPECT_NE(daemon.log().find("active user: uid 65534"), std::string::npos) << daemon.log();
+  EXPECT_EQ(claim_as_nobody(session.services(), in_session), "1\n");
+  EXPECT_TRUE(session.driver->wait_for_output("active user: uid 65534"));
 
   // Without logind, the uid rule alone: a process in no session is heard.
   logind.stop();
-  EXPECT_EQ(claim_as_nobody(daemon, [](pid_t) {}), "1\n");
-  EXPECT_NE(daemon.log().find("systemd-logind cannot be reached"), std::string::npos);
+  EXPECT_EQ(claim_as_nobody(session.services(), [](pid_t) {}), "1\n");
+  EXPECT_TRUE(session.driver->wait_for_output("systemd-logind cannot be reached"));
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
-#include "tests/refdriver/running_server.h"
+#include "tests/support/echo_server.h"
 #include "tests/support/other_user.h"
 
 namespace cx::refdriver {
@@ -17,13 +17,13 @@ namespace {
 using platform::kIOReturnBadArgument;
 using platform::kIOReturnSuccess;
 using platform::kIOReturnUnsupported;
-using testing::closed_by_peer;
-using testing::hello_bytes;
-using testing::kMouse;
-using testing::raw_connect;
-using testing::read_frame;
-using testing::RunningServer;
-using testing::write_bytes;
+using test::closed_by_peer;
+using test::hello_bytes;
+using test::kMouse;
+using test::raw_connect;
+using test::read_frame;
+using test::RunningServer;
+using test::write_bytes;
 
 std::vector<uint8_t> create_call(int64_t size) {
   std::vector<uint8_t> frame(uc::scalar_call_size(1));
@@ -71,7 +71,7 @@ TEST(TransportHello, RefusedGreetingsAreAnsweredThenClosed) {
       {hello_bytes(uc::kMagic, 2, 1), kMouse, kIOReturnUnsupported},
       {hello_bytes(uc::kMagic, 1, 0), kMouse, kIOReturnBadArgument},
       {hello_bytes(uc::kMagic, 1, 3), kMouse, kIOReturnBadArgument},
-      {hello_bytes(uc::kMagic, 1, 2), testing::kAdb + ".1", kIOReturnUnsupported},
+      {hello_bytes(uc::kMagic, 1, 2), test::kAdb + ".1", kIOReturnUnsupported},
   };
   for (const Case& c : cases) {
     UniqueFd fd = raw_connect(driver.dir(), c.service);
@@ -164,13 +164,13 @@ std::vector<uint8_t> adb_call(uint32_t value) {
 }
 
 TEST(TransportTurns, ABurstOfRequestsDoesNotHoldAnotherClientBack) {
-  testing::TempDir dir;
-  testing::EchoHandler handler;
+  test::TempDir dir;
+  test::EchoHandler handler;
   std::string error;
   const auto server = TransportServer::create(dir.path(), 2, handler, error);
   ASSERT_TRUE(server) << error;
-  UniqueFd burst = raw_connect(dir.path(), testing::kAdb + ".1");
-  UniqueFd single = raw_connect(dir.path(), testing::kAdb + ".2");
+  UniqueFd burst = raw_connect(dir.path(), test::kAdb + ".1");
+  UniqueFd single = raw_connect(dir.path(), test::kAdb + ".2");
   std::vector<uint8_t> many = hello_bytes(uc::kMagic, 1, 1);
   for (uint32_t i = 0; i < 50; ++i) {
     const std::vector<uint8_t> call = adb_call(i);

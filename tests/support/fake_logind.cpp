@@ -11,6 +11,7 @@
 #include <future>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "platform/linux/apple_events_glib.h"
@@ -24,6 +25,7 @@ using platform::dbus_ae::NodeInfoPtr;
 using platform::dbus_ae::ObjectUnref;
 using platform::dbus_ae::VariantPtr;
 
+constexpr const char* kSystemBusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
 constexpr const char* kBusName = "org.freedesktop.login1";
 constexpr const char* kManagerPath = "/org/freedesktop/login1";
 constexpr const char* kManager = "org.freedesktop.login1.Manager";
@@ -78,6 +80,7 @@ struct FakeLogind::Impl {
   };
 
   std::string dir, address, error;
+  std::optional<std::string> previous_bus;
   std::unique_ptr<GSubprocess, ObjectUnref> daemon;
   GMainContext* context = nullptr;
   GMainLoop* loop = nullptr;
@@ -148,6 +151,9 @@ bool FakeLogind::Impl::start_bus() {
   }
   address = line;
   g_free(line);
+  // Set before any thread of ours runs; programs started later inherit it.
+  if (const char* before = getenv(kSystemBusVariable)) previous_bus = before;
+  setenv(kSystemBusVariable, address.c_str(), 1);
   return true;
 }
 
@@ -303,6 +309,13 @@ FakeLogind::FakeLogind() : impl_(std::make_unique<Impl>()) {
 
 FakeLogind::~FakeLogind() {
   stop();
+  if (!impl_->address.empty()) {
+    if (impl_->previous_bus) {
+      setenv(kSystemBusVariable, impl_->previous_bus->c_str(), 1);
+    } else {
+      unsetenv(kSystemBusVariable);
+    }
+  }
   if (impl_->loop) g_main_loop_unref(impl_->loop);
   if (impl_->context) g_main_context_unref(impl_->context);
   if (!impl_->dir.empty()) std::filesystem::remove_all(impl_->dir);

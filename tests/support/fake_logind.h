@@ -1,7 +1,7 @@
 // A stand-in for systemd-logind: a private dbus-daemon playing the system bus
 // and, on it, org.freedesktop.login1 with what the agent and the driver ask
-// of logind. Processes under test find it through DBUS_SYSTEM_BUS_ADDRESS =
-// address().
+// of logind. While it lives DBUS_SYSTEM_BUS_ADDRESS names its bus, so that
+// programs started after it find it, as with the private session bus.
 //
 // Served: Manager.GetSessionByPID(u) -> o (0: the caller's own process),
 // Manager.GetSession(s) -> o, and on each session object the properties Id
