@@ -47,29 +47,35 @@ bool LogindSessions::connect() {
   return connection_ != nullptr;
 }
 
+VariantPtr LogindSessions::call(const char* path, const char* interface, const char* method,
+                                GVariant* parameters, const GVariantType* reply_type,
+                                Answer& failure) {
+  GError* raw = nullptr;
+  VariantPtr reply(g_dbus_connection_call_sync(
+      connection_.get(), kLogind, path, interface, method, parameters, reply_type,
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &raw));
+  if (!reply) {
+    const ErrorPtr error(raw);
+    failure = unreachable(error.get()) ? Answer::Unreachable : Answer::NotActive;
+  }
+  return reply;
+}
+
 ConsoleSessions::Answer LogindSessions::process_is_active(int32_t pid) {
   // Pid 0 would ask about the driver's own process.
   if (pid <= 0) return Answer::NotActive;
   if (!connect()) return Answer::Unreachable;
-  GError* raw = nullptr;
-  VariantPtr session(g_dbus_connection_call_sync(
-      connection_.get(), kLogind, "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
-      "GetSessionByPID", g_variant_new("(u)", static_cast<guint32>(pid)), G_VARIANT_TYPE("(o)"),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &raw));
-  if (!session) {
-    const ErrorPtr error(raw);
-    return unreachable(error.get()) ? Answer::Unreachable : Answer::NotActive;
-  }
+  Answer failure = Answer::NotActive;
+  const VariantPtr session(call("/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                                "GetSessionByPID", g_variant_new("(u)", static_cast<guint32>(pid)),
+                                G_VARIANT_TYPE("(o)"), failure));
+  if (!session) return failure;
   const gchar* path = nullptr;
   g_variant_get(session.get(), "(&o)", &path);
-  VariantPtr reply(g_dbus_connection_call_sync(
-      connection_.get(), kLogind, path, "org.freedesktop.DBus.Properties", "GetAll",
-      g_variant_new("(s)", "org.freedesktop.login1.Session"), G_VARIANT_TYPE("(a{sv})"),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &raw));
-  if (!reply) {
-    const ErrorPtr error(raw);
-    return unreachable(error.get()) ? Answer::Unreachable : Answer::NotActive;
-  }
+  const VariantPtr reply(call(path, "org.freedesktop.DBus.Properties", "GetAll",
+                              g_variant_new("(s)", "org.freedesktop.login1.Session"),
+                              G_VARIANT_TYPE("(a{sv})"), failure));
+  if (!reply) return failure;
   const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
   gboolean active = FALSE;
   const gchar* seat = nullptr;

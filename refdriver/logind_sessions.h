@@ -24,6 +24,10 @@ class LogindSessions final : public ConsoleSessions {
 
  private:
   bool connect();
+  // A call to logind; null, with `failure` set, when it gives no answer.
+  platform::dbus_ae::VariantPtr call(const char* path, const char* interface, const char* method,
+                                     GVariant* parameters, const GVariantType* reply_type,
+                                     Answer& failure);
 
   std::string address_;
   platform::dbus_ae::ConnectionPtr connection_;
