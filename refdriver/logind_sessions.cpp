@@ -34,9 +34,9 @@ bool unreachable(const GError* error) {
 bool LogindSessions::connect() {
   if (connection_ && !g_dbus_connection_is_closed(connection_.get())) return true;
   connection_.reset();
-  gchar* address = address_.empty()
-                       ? g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr)
-                       : g_strdup(address_.c_str());
+  // DBUS_SYSTEM_BUS_ADDRESS when set. Not the shared singleton: a closed
+  // one would not be made again.
+  gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
   if (!address) return false;
   connection_.reset(g_dbus_connection_new_for_address_sync(
       address,

@@ -1,14 +1,12 @@
 // The console sessions as systemd-logind tells them, over the system bus
 // (DBUS_SYSTEM_BUS_ADDRESS when set): the process's session
 // (GetSessionByPID), then whether that session is Active and has a Seat, the
-// way uaccess and polkit's allow_active decide. Each question waits a short time at most; a
-// bus or logind that does not answer is Unreachable, and the connection is
-// made again at the next question.
+// way uaccess and polkit's allow_active decide. Each question waits a short
+// time at most; a bus or logind that does not answer is Unreachable, and the
+// connection is made again at the next question.
 #pragma once
 
 #include <gio/gio.h>
-
-#include <string>
 
 #include "platform/linux/apple_events_glib.h"
 #include "refdriver/console_sessions.h"
@@ -17,9 +15,6 @@ namespace cx::refdriver {
 
 class LogindSessions final : public ConsoleSessions {
  public:
-  // `address` empty: the system bus.
-  explicit LogindSessions(std::string address = {}) : address_(std::move(address)) {}
-
   Answer process_is_active(int32_t pid) override;
 
  private:
@@ -29,7 +24,6 @@ class LogindSessions final : public ConsoleSessions {
                                      GVariant* parameters, const GVariantType* reply_type,
                                      Answer& failure);
 
-  std::string address_;
   platform::dbus_ae::ConnectionPtr connection_;
 };
 

@@ -27,7 +27,7 @@ TEST(ConsoleClaims, OnlyAProcessOfAnActiveSessionMakesItsUserActive) {
   logind.add_session("c1", 1000, {101}, false);
   logind.add_session("c2", 1001, {102, getpid()}, true);
   logind.add_session("remote", 1004, {104}, true, "");
-  LogindSessions sessions(logind.address());
+  LogindSessions sessions;  // finds the fake through DBUS_SYSTEM_BUS_ADDRESS
   Harness h(&sessions);
   const ClientPeer away{1, 1000, 101}, console{2, 1001, 102}, nowhere{3, 1002, 777},
       no_pid{4, 1003, 0}, root{5, 0, 777}, remote{6, 1004, 104};

@@ -1,12 +1,9 @@
 // corvex-driverd run as a child process in a temporary service directory,
 // used by an agent over the user-client sockets and told what to simulate
 // by corvex-driverctl.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -19,8 +16,6 @@
 #include "refdriver/control_socket.h"
 #include "refdriver/request_codes.h"
 #include "refdriver/transport_server.h"
-#include "tests/support/fake_logind.h"
-#include "tests/support/other_user.h"
 #include "tests/support/user_session.h"
 
 namespace cx::refdriver {
@@ -131,60 +126,6 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   EXPECT_EQ(daemon.driver->terminate(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));
   EXPECT_EQ(daemon.driverctl({"state"}).exit_status, 2);
-}
-
-// Runs the claimant as nobody against the driver in `services` and returns
-// what it printed; `started` learns its pid before it claims.
-template <typename Started>
-std::string claim_as_nobody(const std::string& services, Started started) {
-  const std::string script = CX_TEST_SOURCE_DIR "/claim_active_user.py";
-  // Found on the PATH: the build's interpreter may live where nobody cannot go.
-  const char* argv[] = {"python3", script.c_str(), services.c_str(), nullptr};
-  int out[2], go[2];
-  if (pipe2(out, O_CLOEXEC) != 0 || pipe2(go, O_CLOEXEC) != 0) return "no pipe";
-  const pid_t pid = fork();
-  if (pid == 0) {
-    char byte;
-    if (dup2(out[1], 1) < 0 || read(go[0], &byte, 1) != 1 || setgroups(0, nullptr) != 0 ||
-        setgid(test::kNobody) != 0 || setuid(test::kNobody) != 0) {
-      _exit(126);
-    }
-    execvp("python3", const_cast<char**>(argv));
-    _exit(127);
-  }
-  close(out[1]);
-  close(go[0]);
-  started(pid);
-  const ssize_t sent = write(go[1], "g", 1);
-  close(go[1]);
-  std::string printed;
-  char buffer[256];
-  for (ssize_t n; (n = read(out[0], buffer, sizeof buffer)) > 0;) printed.append(buffer, n);
-  close(out[0]);
-  waitpid(pid, nullptr, 0);
-  return sent == 1 ? printed : "not started";
-}
-
-TEST(DriverDaemon, OnlyAProcessAtTheConsoleTakesTheDriver) {
-  if (!test::can_play_other_users()) GTEST_SKIP() << "needs root to play another user";
-  test::FakeLogind logind;
-  ASSERT_TRUE(logind.ok()) << logind.error();
-  logind.add_session("7", test::kNobody, {}, false);
-  test::UserSession session;
-  ASSERT_TRUE(session.start_driver());
-  chmod(session.dir().c_str(), 0755);
-  chmod(session.services().c_str(), 0755);
-
-  const auto in_session = [&](pid_t pid) { logind.add_process("7", pid); };
-  EXPECT_EQ(claim_as_nobody(session.services(), in_session), "-54\n");
-  logind.set_active("7", true);
-  EXPECT_EQ(claim_as_nobody(session.services(), in_session), "1\n");
-  EXPECT_TRUE(session.driver->wait_for_output("active user: uid 65534"));
-
-  // Without logind, the uid rule alone: a process in no session is heard.
-  logind.stop();
-  EXPECT_EQ(claim_as_nobody(session.services(), [](pid_t) {}), "1\n");
-  EXPECT_TRUE(session.driver->wait_for_output("systemd-logind cannot be reached"));
 }
 
 }  // namespace
