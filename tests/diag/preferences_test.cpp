@@ -8,7 +8,7 @@
 
 #include "plist/plist_io.h"
 #include "plist/value.h"
-#include "tests/diag/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::platform {
 namespace {
@@ -16,8 +16,8 @@ namespace {
 class PreferencesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", (dir_.path() / "config").c_str(), 1);
-    ::setenv("CORVEX_LOCAL_PREFERENCES", (dir_.path() / "local").c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", dir_.file("config").c_str(), 1);
+    ::setenv("CORVEX_LOCAL_PREFERENCES", dir_.file("local").c_str(), 1);
     ::setenv("CORVEX_MACHINE_ID", "m1", 1);
   }
   void TearDown() override {
@@ -29,7 +29,7 @@ class PreferencesTest : public ::testing::Test {
     auto dict = plist::make_dictionary();
     dict->set("k", plist::make_int32(value));
     const std::string path = preference_file_path("d.x", user, host);
-    test::write_all(path, "");
+    test::write_file(path, "");
     ASSERT_TRUE(plist::write_plist_file(path, *dict, format).ok());
   }
   static int32_t read(const char* key, const char* domain, PrefUser user, PrefHost host) {
@@ -42,7 +42,7 @@ class PreferencesTest : public ::testing::Test {
 };
 
 TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {
-  const std::string root = dir_.path().string();
+  const std::string root = dir_.path();
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Current, PrefHost::Any),
             root + "/config/corvex/Preferences/d.x.plist");
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Current, PrefHost::Current),
@@ -63,7 +63,7 @@ TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {
 
 TEST_F(PreferencesTest, MissingUnreadableOrUnnamableGiveNoValue) {
   EXPECT_EQ(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Any), nullptr);
-  test::write_all(preference_file_path("d.x", PrefUser::Current, PrefHost::Any), "not a plist");
+  test::write_file(preference_file_path("d.x", PrefUser::Current, PrefHost::Any), "not a plist");
   EXPECT_EQ(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Any), nullptr);
   // A root that is not a dictionary holds no keys.
   const std::string path = preference_file_path("d.y", PrefUser::Current, PrefHost::Any);
@@ -89,7 +89,7 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
   theirs->set("gone", plist::make_int32(1));
   theirs->set("other", plist::make_int32(7));
   theirs->set("k", plist::make_int32(1));
-  test::write_all(path, "");
+  test::write_file(path, "");
   ASSERT_TRUE(plist::write_plist_file(path, *theirs, plist::Format::Binary).ok());
   EXPECT_EQ(copy_preference_value("gone", "d.m", user, host), nullptr) << "removal pending";
 
@@ -116,9 +116,9 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
 TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
   const auto user = PrefUser::Any;
   const auto host = PrefHost::Current;
-  const std::string local = (dir_.path() / "local").string();
+  const std::string local = dir_.file("local");
   const std::string target = dir_.file("target");
-  test::write_all(target, "theirs");
+  test::write_file(target, "theirs");
   const struct {
     const char* name;
     void (*block)(const std::string& local, const std::string& target);
@@ -126,7 +126,7 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
   } cases[] = {
       // Root ignores permission bits, so a file stands where the folder should be.
       {"folder cannot be created",
-       [](const std::string& l, const std::string&) { test::write_all(l, "x"); },
+       [](const std::string& l, const std::string&) { test::write_file(l, "x"); },
        [](const std::string& l) { std::filesystem::remove(l); }},
       {"domain file is a link",
        [](const std::string& l, const std::string& t) {
@@ -141,7 +141,7 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
     set_preference_value("k", plist::make_int32(4), "d.u", user, host);
     EXPECT_FALSE(synchronize_preferences("d.u", user, host));
     EXPECT_EQ(read("k", "d.u", user, host), 4);
-    EXPECT_EQ(test::read_all(target), "theirs");
+    EXPECT_EQ(test::read_file(target), "theirs");
     c.unblock(local);
     EXPECT_TRUE(synchronize_preferences("d.u", user, host));
     std::filesystem::remove(preference_file_path("d.u", user, host));
