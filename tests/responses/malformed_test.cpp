@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/responses/resp_run.h"
 #include "tests/support/golden_files.h"
@@ -22,18 +23,22 @@ TEST(MalformedResponse, TruncatedRuns) {
   EXPECT_NE(testing::internal::GetCapturedStderr().find("missing menu entry"), std::string::npos);
 }
 
+// Heap copies of the exact size, so the sanitizers see a read past them.
 TEST(MalformedResponse, NoBlockAtTheReadPosition) {
-  resp_work work;
-  std::shared_ptr<plist::Dictionary> dict;
-  const uint8_t garbage[50] = {0, 0, 0, 50};
-  work.read_pos = garbage;
-  work.remaining = sizeof garbage;
-  testing::internal::CaptureStderr();
-  put_resp_data(&work, &dict, nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "Corvex Background: Cannot make prefs - invalid response block");
-  EXPECT_EQ(work.remaining, 0) << "a reader always makes progress";
-  EXPECT_FALSE(start_resp_read(&work, garbage, sizeof garbage));
+  for (const size_t size : {2, 50}) {
+    std::vector<uint8_t> garbage(size);
+    garbage[1] = 50;
+    resp_work work;
+    std::shared_ptr<plist::Dictionary> dict;
+    work.read_pos = garbage.data();
+    work.remaining = static_cast<int32_t>(size);
+    testing::internal::CaptureStderr();
+    put_resp_data(&work, &dict, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Corvex Background: Cannot make prefs - invalid response block");
+    EXPECT_EQ(work.remaining, 0) << "a reader always makes progress";
+    EXPECT_FALSE(start_resp_read(&work, garbage.data(), static_cast<int32_t>(size)));
+  }
 }
 
 }  // namespace
