@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "plist/plist_io.h"
 #include "tests/responses/resp_run.h"
 #include "tests/support/golden_files.h"
 
@@ -38,6 +39,24 @@ TEST(MalformedResponse, NoBlockAtTheReadPosition) {
               "Corvex Background: Cannot make prefs - invalid response block");
     EXPECT_EQ(work.remaining, 0) << "a reader always makes progress";
     EXPECT_FALSE(start_resp_read(&work, garbage.data(), static_cast<int32_t>(size)));
+  }
+}
+
+// A buffer too small for a menu and its entries is never written past, and
+// the transfer block reports the size that holds them all.
+TEST(MalformedResponse, FullBufferReportsTheSizeNeeded) {
+  const auto menu = plist::read_plist_file(test::data_path("conversions/menu.plist")).value;
+  const auto* user = plist::as<plist::Dictionary>(plist::as<plist::Dictionary>(menu)->get("User"));
+  const size_t needed = 4 + test::read_hex("conversions/menu.hex").size() + 2;
+  for (const size_t capacity : {0, 3, 60, 200, 300}) {
+    std::vector<uint8_t> buffer(capacity);
+    CXTransferContext transfer;
+    CXTransferStart(&transfer, buffer.data(), static_cast<uint32_t>(capacity));
+    resp_work work;
+    work.header[0] = 3;
+    work.transfer = &transfer;
+    get_resp_data(&work, user, nullptr);
+    EXPECT_EQ(CXTransferEnd(&transfer), needed) << capacity;
   }
 }
 
