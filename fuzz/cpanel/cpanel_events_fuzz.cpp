@@ -1,6 +1,6 @@
 // Arbitrary Apple events from the session bus into the control-panel
 // server, whose requests reach the reference driver's request handler
-// through an in-process user client. Each step:
+// through the in-process fake user client. Each step:
 //   handler (1 byte, modulo the 18 handlers), flags (bit 0: no reply),
 //   parameter count (1 byte), then per parameter: keyword (1 byte, from the
 //   suite's keywords or taken raw), descriptor type (1 byte), length (1
@@ -15,9 +15,8 @@
 
 #include "agent/agent_state.h"
 #include "cpanel/cx_ae_mgr.h"
-#include "driver/driver_connection.h"
-#include "fuzz/support/in_process_driver.h"
 #include "platform/apple_events.h"
+#include "tests/support/in_process_driver.h"
 
 namespace {
 
@@ -78,9 +77,8 @@ void check(bool ok) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  fuzz::InProcessDriver& d = fuzz::in_process_driver();
-  DisconnectFromDriver();
-  d.reset();
+  static test::InProcessDriver driver;
+  driver.reset();
   background_app_active = 1;
   Reader in({data, size});
   for (int step = 0; step < 16 && in.more(); ++step) {
