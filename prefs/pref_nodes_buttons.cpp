@@ -153,14 +153,15 @@ void write_a_button_data(PrefNode* node) {
     if (plist::as<plist::Dictionary>(*first))
       target = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(first->get()));
   put_resp_data(&work, &target, default_response(*self));
+  // The button's elements are unpacked, so it is stored or removed whole.
   if (self->flags & pref_flag::changed) {
     auto responses = plist::make_array();
     responses->append(target);
     self->user_value = responses;
-    put_pref(node);
+    put_top_pref(node);
     self->flags |= pref_flag::changed;
   } else if (self->flags & pref_flag::user_present) {
-    del_pref(node);
+    del_top_pref(node);
   }
 }
 
