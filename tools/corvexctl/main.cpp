@@ -113,7 +113,8 @@ int result_command(OSType event_id, const AppleEvent::Parameter* param, const ch
   if (const int rc = ask_agent(kSuite, event_id, param, reply); rc != kExitOk) return rc;
   if (!direct_shor(reply, event_id, result)) return kExitFailed;
   std::printf("%s: %d\n", label, result);
-  return result == 0 ? kExitOk : kExitFailed;
+  // The agent answers 1 when it saved or restored, 0 when it did not.
+  return result == 1 ? kExitOk : kExitFailed;
 }
 
 int restore(std::string_view what) {
