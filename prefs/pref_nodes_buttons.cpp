@@ -77,9 +77,7 @@ void read_buttons_data(PrefNode* node) {
 
 void write_buttons_data(PrefNode* node) {
   pref_item_info* self = get_object_info(node);
-  self->flags = pref_flag::tree_only;
-  read_buttons_data(node);
-  self->flags &= ~pref_flag::tree_only;
+  refresh_from_dictionaries(node);
   fetched_responses fetched;
   int16_t status = 0;
   fetched.block = GetResponses(0, kAllButtonsEnd, 0, 0, &fetched.length, &status);
