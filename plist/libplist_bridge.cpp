@@ -1,11 +1,14 @@
 #include "plist/libplist_bridge.h"
 
-#include <cmath>
+#include <bit>
 #include <cstdlib>
+#include <optional>
 #include <vector>
 
+#include "plist/date_text.h"
 #include "plist/limits.h"
 #include "plist/text.h"
+#include "util/byte_order.h"
 
 namespace cx::plist {
 
@@ -38,6 +41,20 @@ ValueRef integer_from(plist_t node) {
   const auto v = static_cast<int64_t>(bits);
   const bool fits32 = v >= INT32_MIN && v <= INT32_MAX;
   return make_number(fits32 ? NumberType::SInt32 : NumberType::SInt64, v);
+}
+
+// libplist 2.2 keeps the whole date but hands out only 32-bit seconds; its
+// binary writer gives the exact time, as the root object's 8 bytes.
+ValueRef date_from(plist_t node) {
+  char* bytes = nullptr;
+  uint32_t length = 0;
+  plist_to_bin(node, &bytes, &length);
+  const std::unique_ptr<char, void (*)(char*)> owned(bytes, plist_to_bin_free);
+  constexpr uint32_t kRootAt = 8;
+  if (!bytes || length < kRootAt + 9 || static_cast<uint8_t>(bytes[kRootAt]) != 0x33)
+    return make_date(0);
+  const auto* time = reinterpret_cast<const uint8_t*>(bytes + kRootAt + 1);
+  return make_date(std::bit_cast<double>(load_be64(time)));
 }
 
 ValueRef convert(plist_t node, int depth, std::string& error);
@@ -101,12 +118,8 @@ ValueRef convert(plist_t node, int depth, std::string& error) {
       return make_data(bytes ? std::vector<uint8_t>(bytes, bytes + length)
                              : std::vector<uint8_t>());
     }
-    case PLIST_DATE: {
-      int32_t seconds = 0;
-      int32_t microseconds = 0;
-      plist_get_date_val(node, &seconds, &microseconds);
-      return make_date(seconds);
-    }
+    case PLIST_DATE:
+      return date_from(node);
     case PLIST_ARRAY:
     case PLIST_DICT:
       if (depth >= kMaxDepth) {
@@ -206,10 +219,15 @@ class Builder {
     return n.is_unsigned() ? wide_integer(bits) : LibplistNode(plist_new_uint(bits));
   }
 
-  // libplist's date interface is 32-bit seconds; files keep whole seconds.
+  // Files keep whole seconds. libplist's date interface is 32-bit seconds,
+  // so other years go in as XML text, libplist's only public way.
   LibplistNode date(double t) {
-    if (!(t > INT32_MIN - 1.0 && t < INT32_MAX + 1.0)) return fail("date out of range");
-    return LibplistNode(plist_new_date(static_cast<int32_t>(std::trunc(t)), 0));
+    const std::optional<std::string> text = date_text(t);
+    if (!text) return fail("date out of range (years 0000-9999)");
+    const std::string xml = "<plist><date>" + *text + "</date></plist>";
+    plist_t node = nullptr;
+    plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
+    return LibplistNode(node);
   }
 
   std::string& error_;
