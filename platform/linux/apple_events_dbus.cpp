@@ -31,13 +31,16 @@ void on_dispatch(GDBusConnection* connection, const gchar*, const gchar*, const 
   g_variant_get(parameters, "(uu@a(uuay))", &event_class, &event_id, &params);
   const VariantPtr params_owner(params);
 
-  AppleEvent event(event_class, event_id, AEDesc{});
-  add_parameters_from_variant(params, event);
   const bool wants_reply =
       (g_dbus_message_get_flags(g_dbus_method_invocation_get_message(invocation)) &
        G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) == 0;
   AppleEvent reply = wants_reply ? AppleEvent::make_reply() : AppleEvent();
-  table->dispatch(event, reply);
+  AppleEvent event(event_class, event_id, AEDesc{});
+  if (const OSErr refused = add_parameters_from_variant(params, event); refused != noErr) {
+    if (!reply.is_null()) reply.put_long(keyErrorNumber, refused);
+  } else {
+    table->dispatch(event, reply);
+  }
   // GDBus drops the return of a call that expects none, but the invocation must still be finished.
   g_dbus_method_invocation_return_value(
       invocation, g_variant_new("(@a(uuay))", parameters_to_variant(reply.parameters())));
@@ -114,7 +117,7 @@ class DBusAppleEvents final : public AppleEventService {
     if (reply != nullptr) {
       *reply = AppleEvent::make_reply();
       const VariantPtr params(g_variant_get_child_value(body, 0));
-      add_parameters_from_variant(params.get(), *reply);
+      return add_parameters_from_variant(params.get(), *reply);
     }
     return noErr;
   }
