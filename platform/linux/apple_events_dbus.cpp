@@ -2,6 +2,7 @@
 // owns com.velcorra.corvex.sig.S<signature> and serves Dispatch on the default
 // GLib main context; a `psn ` target is the participant whose owner has that pid.
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "platform/apple_events.h"
@@ -122,11 +123,19 @@ class DBusAppleEvents final : public AppleEventService {
     return noErr;
   }
 
+  // Asks the bus who owns the signature's name: never a walk over all names,
+  // which anyone on the bus can make as long as they like.
   OSErr find_process_by_signature(OSType signature, ProcessSerialNumber& psn) override {
     psn = ProcessSerialNumber{};
+    if (connection() == nullptr) return procNotFound;
+    const VariantPtr answer =
+        call_bus("GetNameOwner", g_variant_new("(s)", bus_name_for_signature(signature).c_str()));
+    const char* owner = nullptr;
+    if (answer) g_variant_get(answer.get(), "(&s)", &owner);
     uint32_t pid = 0;
-    if (connection() == nullptr || !owner_pid(bus_name_for_signature(signature), pid))
-      return procNotFound;
+    if (owner == nullptr || !owner_pid(owner, pid)) return procNotFound;
+    // A `psn ` target made from this answer goes to this connection.
+    found_owners_[pid] = owner;
     psn.lowLongOfPSN = pid;
     return noErr;
   }
@@ -159,8 +168,18 @@ class DBusAppleEvents final : public AppleEventService {
     return owned;
   }
 
-  // The participant's name whose owner has process ID `pid`.
+  // The participant's name whose owner has process ID `pid`: the connection
+  // last found for it by signature while it still has that pid (unique names
+  // are never reused), else the first participant name that does.
   bool name_of_pid(uint32_t pid, std::string& name) {
+    if (const auto found = found_owners_.find(pid); found != found_owners_.end()) {
+      uint32_t owner = 0;
+      if (owner_pid(found->second, owner) && owner == pid) {
+        name = found->second;
+        return true;
+      }
+      found_owners_.erase(found);
+    }
     const VariantPtr answer = call_bus("ListNames", nullptr);
     if (!answer) return false;
     GVariantIter* names = nullptr;
@@ -197,6 +216,7 @@ class DBusAppleEvents final : public AppleEventService {
   ConnectionPtr bus_;
   guint registration_ = 0;
   AEHandlerTable handlers_;
+  std::map<uint32_t, std::string> found_owners_;  // pid -> unique connection name
 };
 
 AppleEventService* installed_service = nullptr;
