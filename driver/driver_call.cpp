@@ -14,6 +14,13 @@ platform::kern_return_t exchange(uint32_t selector, int64_t& output) {
   return vcx_connect->call_scalar(selector, buffers, std::span<int64_t>(&output, 1));
 }
 
+// A negative output is never a reply length. Its low 16 bits are the
+// driver's status only when they read as a failure themselves.
+int failed_output_status(int64_t output) {
+  const auto low = static_cast<int16_t>(static_cast<uint16_t>(output));
+  return output < 0 && low < 0 ? low : driver_status::call_failed;
+}
+
 }  // namespace
 
 int CallDriverTransfer(int mayGrowReply, uint32_t* replyLength) {
@@ -24,9 +31,9 @@ int CallDriverTransfer(int mayGrowReply, uint32_t* replyLength) {
     if (kr != platform::kIOReturnSuccess) {
       std::fprintf(stderr, "Corvex - Driver comm failed with error 0x%x and output=%d\n",
                    static_cast<unsigned>(kr), static_cast<int>(output));
-      if (output < 0) return static_cast<int16_t>(static_cast<uint16_t>(output));
-      return driver_status::call_failed;
+      return failed_output_status(output);
     }
+    if (output < 0) return failed_output_status(output);
     *replyLength = static_cast<uint32_t>(output);
     // A reply exactly the buffer's size counts as not fitting.
     if (output < static_cast<int64_t>(out_shmem->size)) return driver_status::ok;

@@ -61,6 +61,9 @@ int16_t SetResponseDataCopy(const void* block, uint32_t length) {
     uint32_t reply_length = 0;
     const int result = CallDriverTransfer(0, &reply_length);
     if (result == driver_status::reply_too_large) {
+      // Asking again only helps when the buffer grows: a -10 of the
+      // driver's own names no length.
+      if (reply_length < out_shmem->size) return driver_status::reply_too_large;
       // As in CallDriverTransfer: the reply must be shorter than its buffer.
       if (!ResizeOutputSharedMemory(uint64_t{reply_length} + 1)) {
         return driver_status::reply_cannot_grow;

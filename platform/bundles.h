@@ -59,9 +59,11 @@ class Bundle {
   std::string path_;
 };
 
-// The agent's own bundle: $CORVEX_BUNDLE, else the folder chosen when the
-// package was configured (<prefix>/lib/corvex/Corvex Background). Read at
-// each call; the folder need not exist, its lookups then find nothing.
+// The agent's own bundle: $CORVEX_BUNDLE, else the one staged beside a
+// build tree's executables (<build>/bundle/Corvex Background), else the
+// folder chosen when the package was configured (<prefix>/lib/corvex/Corvex
+// Background). Read at each call; the folder need not exist, its lookups
+// then find nothing.
 std::string main_bundle_path();
 // CFBundleGetMainBundle. The reference stays valid until CORVEX_BUNDLE
 // changes.

@@ -8,28 +8,19 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/user_session.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using cx::testing::BackgroundProcess;
-
-std::string read_file(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using cx::test::BackgroundProcess;
+using cx::test::Programs;
+using cx::test::read_file;
 
 // Nanoseconds the process has run on a CPU.
 double cpu_ns(pid_t pid) {
@@ -46,30 +37,16 @@ double rss_mib(pid_t pid) {
 }
 
 struct Session {
-  std::string dir;
-  std::unique_ptr<cx::testing::PrivateSessionBus> bus;
-  std::unique_ptr<BackgroundProcess> driverd, monitor;
+  cx::test::UserSession session;
+  std::unique_ptr<BackgroundProcess> monitor;
 
   Session() {
-    char pattern[] = "/tmp/cxfoot.XXXXXX";
-    dir = mkdtemp(pattern);
-    setenv("CORVEX_IOKIT_DIR", (dir + "/iokit").c_str(), 1);
-    setenv("CORVEX_SHARED_DIR", dir.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (dir + "/config").c_str(), 1);
-    setenv("CORVEX_BUNDLE", CX_AGENT_BUNDLE, 1);
-    bus = std::make_unique<cx::testing::PrivateSessionBus>();
-    driverd = std::make_unique<BackgroundProcess>(std::vector<std::string>{CX_DRIVERD});
+    session.start_driver();
     monitor = std::make_unique<BackgroundProcess>(
-        std::vector<std::string>{CX_CORVEXCTL, "monitor", "--no-save"});
-  }
-  ~Session() {
-    monitor.reset();
-    driverd.reset();
-    bus.reset();
-    std::filesystem::remove_all(dir);
+        std::vector<std::string>{Programs::corvexctl, "monitor", "--no-save"});
   }
   bool ready() const {
-    return !bus->address().empty() && driverd->wait_for_output("serving") &&
+    return session.ready() && session.driver && session.driver->wait_for_output("serving") &&
            monitor->wait_for_output("monitoring as VCXT");
   }
   // Polls the control panel's output every 0.2 ms for the agent's `bact`.
@@ -90,7 +67,7 @@ void BM_StartUpUntilActive(benchmark::State& state) {
   for (auto _ : state) {
     const std::size_t seen = session.monitor->output().size();
     const auto start = Clock::now();
-    BackgroundProcess agent({CX_AGENT});
+    BackgroundProcess agent({Programs::agent});
     if (!session.wait_active(seen)) return state.SkipWithError("the agent did not activate");
     state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
     agent.terminate();
@@ -102,7 +79,7 @@ void BM_IdleFootprint(benchmark::State& state) {
   Session session;
   if (!session.ready()) return state.SkipWithError("session did not start");
   for (auto _ : state) {
-    BackgroundProcess agent({CX_AGENT});
+    BackgroundProcess agent({Programs::agent});
     if (!session.wait_active(0)) return state.SkipWithError("the agent did not activate");
     std::this_thread::sleep_for(std::chrono::seconds(2));  // past the first timer ticks
     const double before = cpu_ns(agent.pid());

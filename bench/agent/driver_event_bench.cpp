@@ -22,9 +22,10 @@
 #include "driver/driver_connection.h"
 #include "platform/event_loop.h"
 #include "platform/linux/user_client_socket.h"
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_processes.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -88,12 +89,12 @@ bool warm_up(ControlSocket& control, const std::string& command) {
 }
 
 void run_events(benchmark::State& state, const std::string& command) {
-  char pattern[] = "/tmp/cxbench.XXXXXX";
-  const std::string dir = mkdtemp(pattern);
+  const cx::test::TempDir temp("cxbench");
+  const std::string& dir = temp.path();
   setenv("CORVEX_IOKIT_DIR", dir.c_str(), 1);
   setenv("CORVEX_SHARED_DIR", dir.c_str(), 1);
   {
-    cx::testing::BackgroundProcess driverd({CX_DRIVERD});
+    cx::test::BackgroundProcess driverd({CX_DRIVERD});
     if (!driverd.wait_for_output("serving")) {
       state.SkipWithError("corvex-driverd did not start");
       return;
@@ -134,7 +135,6 @@ void run_events(benchmark::State& state, const std::string& command) {
     platform::set_apple_events(nullptr);
     platform::set_user_client_service(nullptr);
   }
-  std::filesystem::remove_all(dir);
 }
 
 void BM_QueuedEventToHandler(benchmark::State& state) {

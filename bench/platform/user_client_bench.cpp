@@ -14,6 +14,7 @@
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
 #include "refdriver/transport_server.h"
+#include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
 
 namespace cx {
@@ -40,21 +41,8 @@ class SmallReply final : public refdriver::TransportHandler {
   void closed(const refdriver::ClientPeer&) override {}
 };
 
-class TempDir {
- public:
-  TempDir() {
-    char pattern[] = "/tmp/cxbench.XXXXXX";
-    path_ = mkdtemp(pattern);
-  }
-  ~TempDir() { std::filesystem::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
 void BM_UserClientScalarCall(benchmark::State& state) {
-  TempDir dir;
+  const cx::test::TempDir dir("cxbench");
   SmallReply handler;
   std::string error;
   auto server = refdriver::TransportServer::create(dir.path(), 0, handler, error);
@@ -99,7 +87,7 @@ bool transfer_all(int fd, uint8_t* data, std::size_t size, bool sending) {
 }
 
 void BM_RawSocketPingPong(benchmark::State& state) {
-  TempDir dir;
+  const cx::test::TempDir dir("cxbench");
   const std::string path = dir.path() + "/raw";
   sockaddr_un addr{};
   addr.sun_family = AF_UNIX;

@@ -70,7 +70,17 @@ std::vector<std::string> Bundle::resource_paths_of_type(std::string_view type) c
 
 std::string main_bundle_path() {
   const char* v = std::getenv("CORVEX_BUNDLE");
-  return without_trailing_slashes(v && *v ? std::string(v) : std::string(CX_DEFAULT_BUNDLE));
+  if (v && *v) return without_trailing_slashes(v);
+  // The build stages the bundle in bundle/ beside the executables' folders,
+  // so the agent also runs straight from the build tree.
+  std::error_code ec;
+  const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (!ec) {
+    const std::string staged =
+        (exe.parent_path().parent_path() / "bundle" / "Corvex Background").string();
+    if (is_folder(staged)) return staged;
+  }
+  return without_trailing_slashes(CX_DEFAULT_BUNDLE);
 }
 
 const Bundle& main_bundle() {

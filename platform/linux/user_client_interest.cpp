@@ -33,8 +33,10 @@ bool SocketNotifier::read_pending(std::vector<platform::InterestMessage>& out) {
     }
     if (r == FrameAssembler::Result::Malformed) gone_ = true;
   }
-  // The descriptor stays open until the notifier goes, so that a main loop
-  // still watching it never sees the number reused.
+  // A peer that broke the framing is shut out at once. The descriptor itself
+  // stays open until the notifier goes, so that a main loop still watching
+  // it never sees the number reused.
+  shutdown(fd_.get(), SHUT_RDWR);
   return false;
 }
 

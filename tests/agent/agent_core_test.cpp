@@ -13,7 +13,7 @@
 #include "agent/lifecycle.h"
 #include "agent/menu_extra.h"
 #include "agent/user_sessions.h"
-#include "tests/agent/agent_test_support.h"
+#include "tests/support/agent_core.h"
 
 namespace cx::test {
 namespace {
@@ -275,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(OlderAndNewer, MismatchTest, ::testing::Values(0, 1));
 
 TEST_F(SetupTest, NoDriverIsReportedAndStillTornDown) {
   use_agent_log();
-  const auto nowhere = platform::make_socket_user_client_service(dir_ + "/none");
+  const auto nowhere = platform::make_socket_user_client_service(dir_.file("none"));
   platform::set_user_client_service(nowhere.get());
   ::testing::internal::CaptureStderr();
   EXPECT_EQ(setup_backgroundapp(), -10010);

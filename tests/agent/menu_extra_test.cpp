@@ -18,8 +18,8 @@
 #include "platform/linux/user_client_socket.h"
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
-#include "tests/diag/temp_dir.h"
 #include "tests/support/reference_driver.h"
+#include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
 
 namespace {
@@ -131,7 +131,7 @@ TEST_F(AgentMenuExtra, LoadsOnlyOnTenTwoAndLaterAndGoesQuietWhenUnloaded) {
       {"0x101F", CX_MENU_EXTRA_HOST, true, false, "", ""},
       {"0x1020", CX_MENU_EXTRA_HOST, true, true,
        "initializeBundle(callback) update setVisible(0) cleanup ", ""},
-      {"0x1049", dir_.path().string(), false, false, "",
+      {"0x1049", dir_.path(), false, false, "",
        "Corvex Background - Unable to create CXMenuExtra bundle with URL:\n(null)\n"},
       {"0x1049", codeless, false, false, "",
        "Corvex Background - Unable to load CXMenuExtra executable\n"},

@@ -14,7 +14,7 @@
 #include "diag/diag_timestamp.h"
 #include "diag/diag_writers.h"
 #include "platform/clock.h"
-#include "tests/diag/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx {
 namespace {
@@ -35,7 +35,7 @@ class DiagLogTest : public ::testing::Test {
   }
   std::string log() {
     close_diagnostic_window();
-    return test::read_all(log_);
+    return test::read_file(log_);
   }
 
   test::TempDir dir_;
@@ -90,10 +90,10 @@ TEST_F(DiagLogTest, LineSplittingEndsEveryLineInCrLf) {
 }
 
 TEST_F(DiagLogTest, OverwriteWithoutTruncatingOrAppendAcrossReopen) {
-  test::write_all(log_, "0123456789ABCDEF\n");
+  test::write_file(log_, "0123456789ABCDEF\n");
   diag_line("xy", kRepair);
   EXPECT_EQ(log(), "xy\r\n456789ABCDEF\n");
-  test::write_all(log_, "old\r\n");
+  test::write_file(log_, "old\r\n");
   use_log(1);
   diag_line("one", kRepair);
   close_diagnostic_window();
@@ -107,16 +107,16 @@ TEST_F(DiagLogTest, MacSharedFolderMapsToTheSharedDirectory) {
   diag_line("shared", kRepair);
   close_diagnostic_window();
   ::unsetenv("CORVEX_SHARED_DIR");
-  EXPECT_EQ(test::read_all(dir_.file("CXBkgnd_Diags.txt")), "shared\r\n");
+  EXPECT_EQ(test::read_file(dir_.file("CXBkgnd_Diags.txt")), "shared\r\n");
 }
 
 TEST_F(DiagLogTest, OnlyARegularFileIsWritten) {
   const std::string target = dir_.file("target.txt");
-  test::write_all(target, "keep");
+  test::write_file(target, "keep");
   std::filesystem::create_symlink(target, log_);
   diag_line("refused", kRepair);
   EXPECT_EQ(diaginfo.file_open, 0);
-  EXPECT_EQ(test::read_all(target), "keep");
+  EXPECT_EQ(test::read_file(target), "keep");
   std::filesystem::remove(log_);
   std::filesystem::create_directory(log_);
   diag_line("refused", kRepair);
@@ -138,7 +138,7 @@ TEST_F(DiagLogTest, OnlyARegularFileIsWritten) {
 
 // Another user's file planted under the log's name in the shared folder.
 TEST_F(DiagLogTest, AFileOfAnotherUserIsNotWritten) {
-  test::write_all(log_, "theirs");
+  test::write_file(log_, "theirs");
   if (::chown(log_.c_str(), ::geteuid() + 1, ::getegid()) != 0)
     GTEST_SKIP() << "only root can give a file to another user";
   ::testing::internal::CaptureStderr();
@@ -146,7 +146,7 @@ TEST_F(DiagLogTest, AFileOfAnotherUserIsNotWritten) {
   diag_line("again", kRepair);
   const std::string said = ::testing::internal::GetCapturedStderr();
   EXPECT_EQ(diaginfo.file_open, 0);
-  EXPECT_EQ(test::read_all(log_), "theirs");
+  EXPECT_EQ(test::read_file(log_), "theirs");
   EXPECT_EQ(said, "Corvex Background: no diagnostic log is written: " + log_ +
                       " belongs to another user.\n");
 }
@@ -235,7 +235,7 @@ TEST_F(DiagTimeTest, StampIsUserIdAndUtcTimeOfDayWithUnpaddedMicroseconds) {
   clock_.now = {3600, 42};
   diag_printf("%s:Corvex Background: User Session Activated\n", timestamp());
   close_diagnostic_window();
-  EXPECT_EQ(test::read_all(log_),
+  EXPECT_EQ(test::read_file(log_),
             uid + " 01:00:00.42:Corvex Background: User Session Activated\r\n");
   clock_.ok = false;
   EXPECT_STREQ(timestamp(), "") << "unreadable clock";
@@ -249,7 +249,7 @@ TEST_F(DiagTimeTest, DateAndTimeItemUsesLocalShortFormats) {
   clock_.ok = false;
   diag_timestamp(0xFFFF0000);  // an empty stamp is an empty text: no line
   close_diagnostic_window();
-  EXPECT_EQ(test::read_all(log_), "01/02/70 -- 03:04:05\r\n");
+  EXPECT_EQ(test::read_file(log_), "01/02/70 -- 03:04:05\r\n");
 }
 
 constexpr char kDomain[] = "com.velcorra.corvex.background.diags";
@@ -269,7 +269,7 @@ class DiagReadInfoTest : public ::testing::Test {
   // Writes the current user's current-host file with the given dictionary body and reads it.
   void read_info(const std::string& body, const std::string& file = "ByHost/") {
     const std::string name = file == "ByHost/" ? file + kDomain + ".testhost" : file + kDomain;
-    test::write_all(
+    test::write_file(
         dir_.file("corvex/Preferences/" + name + ".plist"),
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n" + body +
             "</dict>\n</plist>\n");

@@ -15,8 +15,8 @@
 
 #include "plist/plist_io.h"
 #include "plist/value.h"
-#include "tests/diag/temp_dir.h"
 #include "tests/support/rename_hook.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::platform {
 namespace {
@@ -24,8 +24,8 @@ namespace {
 class PreferencesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", (dir_.path() / "config").c_str(), 1);
-    ::setenv("CORVEX_LOCAL_PREFERENCES", (dir_.path() / "local").c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", dir_.file("config").c_str(), 1);
+    ::setenv("CORVEX_LOCAL_PREFERENCES", dir_.file("local").c_str(), 1);
     ::setenv("CORVEX_MACHINE_ID", "m1", 1);
   }
   void TearDown() override {
@@ -37,7 +37,7 @@ class PreferencesTest : public ::testing::Test {
     auto dict = plist::make_dictionary();
     dict->set("k", plist::make_int32(value));
     const std::string path = preference_file_path("d.x", user, host);
-    test::write_all(path, "");
+    test::write_file(path, "");
     ASSERT_TRUE(plist::write_plist_file(path, *dict, format).ok());
   }
   static int32_t read(const char* key, const char* domain, PrefUser user, PrefHost host) {
@@ -50,7 +50,7 @@ class PreferencesTest : public ::testing::Test {
 };
 
 TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {
-  const std::string root = dir_.path().string();
+  const std::string root = dir_.path();
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Current, PrefHost::Any),
             root + "/config/corvex/Preferences/d.x.plist");
   EXPECT_EQ(preference_file_path("d.x", PrefUser::Current, PrefHost::Current),
@@ -71,7 +71,7 @@ TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {
 
 TEST_F(PreferencesTest, MissingUnreadableOrUnnamableGiveNoValue) {
   EXPECT_EQ(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Any), nullptr);
-  test::write_all(preference_file_path("d.x", PrefUser::Current, PrefHost::Any), "not a plist");
+  test::write_file(preference_file_path("d.x", PrefUser::Current, PrefHost::Any), "not a plist");
   EXPECT_EQ(copy_preference_value("k", "d.x", PrefUser::Current, PrefHost::Any), nullptr);
   // A root that is not a dictionary holds no keys.
   const std::string path = preference_file_path("d.y", PrefUser::Current, PrefHost::Any);
@@ -97,7 +97,7 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
   theirs->set("gone", plist::make_int32(1));
   theirs->set("other", plist::make_int32(7));
   theirs->set("k", plist::make_int32(1));
-  test::write_all(path, "");
+  test::write_file(path, "");
   ASSERT_TRUE(plist::write_plist_file(path, *theirs, plist::Format::Binary).ok());
   EXPECT_EQ(copy_preference_value("gone", "d.m", user, host), nullptr) << "removal pending";
 
@@ -124,9 +124,9 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
 TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
   const auto user = PrefUser::Any;
   const auto host = PrefHost::Current;
-  const std::string local = (dir_.path() / "local").string();
+  const std::string local = dir_.file("local");
   const std::string target = dir_.file("target");
-  test::write_all(target, "theirs");
+  test::write_file(target, "theirs");
   const struct {
     const char* name;
     void (*block)(const std::string& local, const std::string& target);
@@ -134,7 +134,7 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
   } cases[] = {
       // Root ignores permission bits, so a file stands where the folder should be.
       {"folder cannot be created",
-       [](const std::string& l, const std::string&) { test::write_all(l, "x"); },
+       [](const std::string& l, const std::string&) { test::write_file(l, "x"); },
        [](const std::string& l) { std::filesystem::remove(l); }},
       {"domain file is a link",
        [](const std::string& l, const std::string& t) {
@@ -149,7 +149,7 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
     set_preference_value("k", plist::make_int32(4), "d.u", user, host);
     EXPECT_FALSE(synchronize_preferences("d.u", user, host));
     EXPECT_EQ(read("k", "d.u", user, host), 4);
-    EXPECT_EQ(test::read_all(target), "theirs");
+    EXPECT_EQ(test::read_file(target), "theirs");
     c.unblock(local);
     EXPECT_TRUE(synchronize_preferences("d.u", user, host));
     std::filesystem::remove(preference_file_path("d.u", user, host));
@@ -179,14 +179,14 @@ TEST_F(PreferencesTest, UnreadableFilesAreNeverReplaced) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    test::write_all(path, c.content);
+    test::write_file(path, c.content);
     set_preference_value("k", plist::make_int32(4), "d.r", user, host);
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(synchronize_preferences("d.r", user, host));
     const std::string said = ::testing::internal::GetCapturedStderr();
     EXPECT_NE(said.find(path + ": "), std::string::npos) << said;
     EXPECT_NE(said.find(c.why), std::string::npos) << said;
-    EXPECT_EQ(test::read_all(path), c.content);
+    EXPECT_EQ(test::read_file(path), c.content);
     EXPECT_EQ(read("k", "d.r", user, host), 4) << "still pending";
   }
   std::filesystem::remove(path);
@@ -212,7 +212,7 @@ TEST_F(PreferencesTest, ValuesNotSetHereSurviveExactly) {
     ASSERT_TRUE(w.ok()) << w.error;
     // A byte-order mark in front, as some editors save.
     const std::string bom = format == plist::Format::Xml ? "\xEF\xBB\xBF" : "";
-    test::write_all(path, bom + std::string(w.bytes.begin(), w.bytes.end()));
+    test::write_file(path, bom + std::string(w.bytes.begin(), w.bytes.end()));
     set_preference_value("mine", plist::make_int32(1), "d.v", user, host);
     ASSERT_TRUE(synchronize_preferences("d.v", user, host));
     auto expected = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(theirs.get()));
@@ -228,8 +228,8 @@ TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksAreWrittenThrough) {
   set_preference_value("k", plist::make_int32(1), "d.p", user, host);
   ASSERT_TRUE(synchronize_preferences("d.p", user, host));
   struct stat st {};
-  for (const auto& folder :
-       {dir_.path() / "config/corvex", dir_.path() / "config/corvex/Preferences/ByHost"}) {
+  for (const std::string& folder :
+       {dir_.file("config/corvex"), dir_.file("config/corvex/Preferences/ByHost")}) {
     ASSERT_EQ(::stat(folder.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0700u) << folder;
   }
@@ -254,22 +254,22 @@ TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksAreWrittenThrough) {
   EXPECT_EQ(read("k", "d.p", user, host), 3);
   // Not when others could change what the link leads to.
   ::chmod(dotfiles.c_str(), 0777);
-  const std::string before = test::read_all(dotfiles + "/d.p.plist");
+  const std::string before = test::read_file(dotfiles + "/d.p.plist");
   set_preference_value("k", plist::make_int32(4), "d.p", user, host);
   ::testing::internal::CaptureStderr();
   EXPECT_FALSE(synchronize_preferences("d.p", user, host));
   EXPECT_NE(::testing::internal::GetCapturedStderr().find("not a file in this user's own folders"),
             std::string::npos);
-  EXPECT_EQ(test::read_all(dotfiles + "/d.p.plist"), before);
+  EXPECT_EQ(test::read_file(dotfiles + "/d.p.plist"), before);
 }
 
 TEST_F(PreferencesTest, AHeldLockFailsTheWriteAndStaleTemporariesGo) {
   const auto user = PrefUser::Current;
   const auto host = PrefHost::Any;
   const std::string path = preference_file_path("d.l", user, host);
-  test::write_all(path + ".Ab12Cd", "left by a killed writer");
-  test::write_all(path + ".lock", "");
-  test::write_all(path + ".keep", "not a temporary");
+  test::write_file(path + ".Ab12Cd", "left by a killed writer");
+  test::write_file(path + ".lock", "");
+  test::write_file(path + ".keep", "not a temporary");
   const int held = ::open((path + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(::flock(held, LOCK_EX), 0);
   set_preference_value("k", plist::make_int32(1), "d.l", user, host);

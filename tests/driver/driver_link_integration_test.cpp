@@ -367,6 +367,20 @@ TEST_F(DeviceUploadTest, RealProductTableIsAcceptedAndCoversTheDeviceKinds) {
   }
   EXPECT_TRUE(two_button && ring_trackball && five_wheel && wireless);
 
+  // Product names are our own: none borrowed from another maker's line.
+  std::vector<std::string> names;
+  enumerate_cxdevices(
+      *bundle,
+      [](const std::string& key, const plist::Dictionary&, void* context) {
+        static_cast<std::vector<std::string>*>(context)->push_back(key);
+        return 0;
+      },
+      &names);
+  EXPECT_EQ(names, (std::vector<std::string>{
+                       "Corvex Optical Mouse", "Corvex Pro Wheel Mouse", "Corvex Ring Trackball",
+                       "Corvex Lantern Trackball (ADB)", "Corvex Wireless Mouse",
+                       "Corvex Wireless Mouse Rechargeable"}));
+
   EXPECT_EQ(setDeviceDescriptors(), 0);
   DisconnectFromDriver();
   driver_.stop();

@@ -329,12 +329,25 @@ TEST_F(DriverLinkTest, FailedCallsGiveTheDriversStatusOrMinus50) {
   ASSERT_EQ(ConnectToDriver(), 1);
   driver.transfer_result = platform::kIOReturnError;
   uint32_t length = 0;
-  const std::pair<int, int> rows[] = {{-0x10005, -5}, {12, -50}};  // -5: the output's low 16 bits
+  // -5: the output's low 16 bits; a negative output whose low bits do not
+  // read as a failure is still one.
+  const std::pair<int, int> rows[] = {{-0x10005, -5}, {12, -50}, {-0x10000, -50}};
   for (const auto& row : rows) {
     driver.failed_transfer_output = row.first;
     EXPECT_EQ(stderr_of([&] { EXPECT_EQ(CallDriverTransfer(1, &length), row.second); }),
               "Corvex - Driver comm failed with error 0xe00002bc and output=" +
                   std::to_string(row.first) + "\n");
+  }
+  // Nor is a negative output a reply length when the call itself succeeds:
+  // the reply buffer holds a valid block of an earlier request.
+  driver.transfer_result = 0;
+  driver.answer(4, {1});
+  int16_t status = 0;
+  ASSERT_NE(MakeSimpleTransferRequest(6, nullptr, 0, &length, &status), nullptr);
+  for (const int64_t output : {-0x10000, -3}) {
+    driver.on_transfer = [=](std::span<uint8_t>) { return output; };
+    EXPECT_EQ(MakeSimpleTransferRequest(6, nullptr, 0, &length, &status), nullptr);
+    EXPECT_EQ(status, output == -3 ? -3 : -50);
   }
   // Still connected: the agent does not reconnect by itself.
   EXPECT_TRUE(driver_connected);
@@ -432,6 +445,8 @@ TEST_F(DriverLinkTest, EveryRequestSendsItsCodeParametersAndDataByteForByte) {
        code(1) + Bytes{0x01, 0x02, 0, 10, 0, 0, 0, 0} + pattern(10, 0x40)},
       {RUN(CXAccessData(-3, 40, 1, buf.data(), 10)),
        code(1) + Bytes{0xFF, 0xFD, 0, 10, 0, 0, 0, 1}},
+      {RUN(CXAccessData(7, 4, 0x80000002, buf.data(), 10)),  // any non-zero mode reads
+       code(1) + Bytes{0, 7, 0, 4, 0x80, 0, 0, 2}},
       {RUN(CXAccessGlobalData(98, 1, buf.data(), 8)),
        code(2) + Bytes{0, 0, 0, 8, 0, 98, 1, 0} + pattern(8, 0x40)},
       {RUN(CXAccessGlobalData(37, 2, buf.data(), 12)), code(2) + Bytes{0, 0, 0, 12, 0, 37, 2, 0}},
@@ -592,6 +607,13 @@ TEST_F(DriverLinkTest, ResponseDataCopyGrowsBothBuffersButInPlaceNeverGrows) {
   });
   driver.on_transfer = no_valid_block;
   EXPECT_EQ(send(block), -103);
+  // The driver's own -10 names no length to grow to: asked once, not forever.
+  const int before = driver.transfers();
+  driver.transfer_result = platform::kIOReturnError;
+  driver.failed_transfer_output = -10;
+  stderr_of([&] { EXPECT_EQ(send(block), -10); });
+  EXPECT_EQ(driver.transfers(), before + 1);
+  driver.transfer_result = 0;
 
   uint32_t capacity = 0, len = 0;
   SetResponseDataStart(&ctx, &capacity);

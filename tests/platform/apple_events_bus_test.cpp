@@ -18,14 +18,14 @@
 #include "platform/apple_events.h"
 #include "platform/linux/apple_events_glib.h"
 #include "platform/processes.h"
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 
 namespace cx::platform {
 namespace {
 
-using testing::BackgroundProcess;
-using testing::CommandResult;
-using testing::run_command;
+using test::BackgroundProcess;
+using test::CommandResult;
+using test::run_command;
 
 constexpr OSType kAgent = fourcc("VCVX");
 constexpr OSType kControlPanel = fourcc("VCXT");
@@ -34,11 +34,11 @@ constexpr OSType kTestSuite = fourcc("cxts");
 class PrivateBusEnvironment : public ::testing::Environment {
  public:
   void SetUp() override {
-    bus_ = std::make_unique<testing::PrivateSessionBus>();
+    bus_ = std::make_unique<test::PrivateSessionBus>();
     ASSERT_FALSE(bus_->address().empty()) << "dbus-daemon";
   }
   void TearDown() override { bus_.reset(); }
-  std::unique_ptr<testing::PrivateSessionBus> bus_;
+  std::unique_ptr<test::PrivateSessionBus> bus_;
 };
 const auto* const bus_environment = ::testing::AddGlobalTestEnvironment(new PrivateBusEnvironment);
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 
 namespace cx {
 namespace {
@@ -185,7 +185,7 @@ std::string signals_text(const std::string& sender) {
 class MenuExtraTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    bus_ = std::make_unique<testing::PrivateSessionBus>();
+    bus_ = std::make_unique<test::PrivateSessionBus>();
     if (bus_->address().empty()) return;
     g_host = g_dbus_connection_new_for_address_sync(
         bus_->address().c_str(),
@@ -275,11 +275,11 @@ class MenuExtraTest : public ::testing::Test {
                      g_variant_new("(isvu)", id, event_id, g_variant_new_int32(0), 0u));
   }
 
-  static std::unique_ptr<testing::PrivateSessionBus> bus_;
+  static std::unique_ptr<test::PrivateSessionBus> bus_;
   static GDBusNodeInfo* watcher_info_;
 };
 
-std::unique_ptr<testing::PrivateSessionBus> MenuExtraTest::bus_;
+std::unique_ptr<test::PrivateSessionBus> MenuExtraTest::bus_;
 GDBusNodeInfo* MenuExtraTest::watcher_info_ = nullptr;
 
 TEST_F(MenuExtraTest, RegistersItsOwnBusNameAndDescribesTheItem) {

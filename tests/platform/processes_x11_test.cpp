@@ -15,7 +15,7 @@
 
 #include "platform/linux/processes_x11.h"
 #include "platform/processes.h"
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/xvfb.h"
 
 namespace cx::platform {
@@ -150,7 +150,7 @@ class X11Processes : public ::testing::Test {
   std::unique_ptr<Desktop> desktop_;
   std::unique_ptr<Processes> service_ = make_x11_processes();
   // Processes with a known name ("sleep") that the test can point windows at.
-  testing::BackgroundProcess sleeper_{{"sleep", "60"}}, other_sleeper_{{"sleep", "60"}};
+  test::BackgroundProcess sleeper_{{"sleep", "60"}}, other_sleeper_{{"sleep", "60"}};
   const pid_t self_ = getpid();
 };
 

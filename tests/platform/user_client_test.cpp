@@ -4,20 +4,21 @@
 #include <poll.h>
 
 #include <cstring>
+#include <future>
 
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
-#include "tests/refdriver/running_server.h"
+#include "tests/support/echo_server.h"
 
 namespace cx::platform {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 using refdriver::TransportLimits;
-using refdriver::testing::kAdb;
-using refdriver::testing::kMouse;
-using refdriver::testing::read_frame;
-using refdriver::testing::RunningServer;
+using test::kAdb;
+using test::kMouse;
+using test::read_frame;
+using test::RunningServer;
 
 constexpr uint32_t kCreate = 0, kRelease = 1, kFlattened = 2, kTransfer = 4;
 
@@ -267,10 +268,16 @@ class FakeDriver {
     EXPECT_EQ(make_socket_user_client_service(dir_.path())->open("Fake", c), kIOReturnSuccess);
     return c;
   }
+  std::unique_ptr<InterestNotifier> open_interest() {
+    std::unique_ptr<InterestNotifier> n;
+    EXPECT_EQ(make_socket_user_client_service(dir_.path())->open_interest("Fake", n),
+              kIOReturnSuccess);
+    return n;
+  }
   Bytes hello;
 
  private:
-  refdriver::testing::TempDir dir_;
+  test::TempDir dir_;
   UniqueFd listener_;
   std::thread thread_;
 };
@@ -333,7 +340,7 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
       read_frame(fd);
       if (k.reply.empty()) return;
       FakeDriver::send_bytes(fd, k.reply);
-      refdriver::testing::closed_by_peer(fd);
+      test::closed_by_peer(fd);
     });
     auto c = fake.open();
     if (k.map) {
@@ -346,6 +353,34 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
       EXPECT_EQ(kr_of(*c, kCreate, {0x10000}), kIOReturnNoDevice);
     }
     c.reset();
+  }
+}
+
+TEST(UserClientWire, AMalformedNotificationClosesTheConnection) {
+  const Bytes good = {0, 0, 0, 20, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7};
+  const Bytes bad[] = {
+      {0, 0, 0, 20, 0, 0, 0, 0x91, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7},
+      {0, 0, 0, 16, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0},
+  };
+  for (const Bytes& frame : bad) {
+    std::promise<void> notifier_done;
+    std::promise<bool> closed;
+    FakeDriver fake([&](int fd) {
+      FakeDriver::send_bytes(fd, good);
+      FakeDriver::send_bytes(fd, frame);
+      notifier_done.get_future().wait();
+      uint8_t byte;
+      closed.set_value(recv(fd, &byte, 1, MSG_DONTWAIT) == 0);
+    });
+    auto n = fake.open_interest();
+    std::vector<InterestMessage> got;
+    for (pollfd p{n->fd(), POLLIN, 0}; poll(&p, 1, 5000) == 1 && n->read_pending(got);) {
+    }
+    notifier_done.set_value();
+    // Asked while this side still holds the notifier.
+    EXPECT_TRUE(closed.get_future().get()) << int{frame[7]};
+    ASSERT_EQ(got.size(), 1u);
+    EXPECT_EQ(got[0].argument, 7u);
   }
 }
 

@@ -3,17 +3,10 @@
 // by corvex-driverctl.
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
-#include <stdlib.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "driver/transfer_block.h"
@@ -23,65 +16,13 @@
 #include "refdriver/control_socket.h"
 #include "refdriver/request_codes.h"
 #include "refdriver/transport_server.h"
-#include "util/byte_order.h"
+#include "tests/support/user_session.h"
 
 namespace cx::refdriver {
 namespace {
 
 namespace fs = std::filesystem;
 using platform::kIOReturnSuccess;
-
-class Daemon {
- public:
-  Daemon() {
-    char pattern[] = "/tmp/cxdctl.XXXXXX";
-    dir_ = mkdtemp(pattern);
-    services_ = dir_ + "/iokit";
-    pid_ = fork();
-    if (pid_ == 0) {
-      setenv(kServiceDirectoryVariable.data(), services_.c_str(), 1);
-      if (!freopen((dir_ + "/log").c_str(), "w", stdout)) _exit(127);
-      execl(CX_DRIVERD, CX_DRIVERD, "--adb-instances", "1", "--verbose", nullptr);
-      _exit(127);
-    }
-    const fs::path control = fs::path(services_) / kControlSocketName;
-    for (int i = 0; i < 500 && !fs::exists(control); ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-  }
-  ~Daemon() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    fs::remove_all(dir_);
-  }
-  // SIGTERM, then the exit status.
-  int stop() {
-    kill(pid_, SIGTERM);
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  // corvex-driverctl's exit status; its output (both streams) in `output`.
-  int ctl(const std::string& args, std::string& output) {
-    const std::string command =
-        "CORVEX_IOKIT_DIR='" + services_ + "' '" CX_DRIVERCTL "' " + args + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    output.clear();
-    char buffer[512];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
-    const int status = pclose(pipe);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  const std::string& services() const { return services_; }
-
- private:
-  std::string dir_;
-  std::string services_;
-  pid_t pid_ = -1;
-};
 
 // The agent's side: a user client with its two mapped buffers.
 struct Agent {
@@ -130,7 +71,8 @@ struct Agent {
 };
 
 TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
-  Daemon daemon;
+  test::UserSession daemon;
+  ASSERT_TRUE(daemon.start_driver({"--adb-instances", "1", "--verbose"}));
   struct stat st {};
   ASSERT_EQ(stat((daemon.services() + "/" + std::string(kControlSocketName)).c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
@@ -143,17 +85,17 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   std::vector<uint8_t> data;
   EXPECT_EQ(agent.request(request::SetActionList, params, data), 1);
 
-  std::string out;
-  EXPECT_EQ(daemon.ctl("front Safari", out), 0);
-  EXPECT_EQ(daemon.ctl("press 0", out), 0);
-  EXPECT_EQ(out, "");
+  EXPECT_EQ(daemon.driverctl({"front", "Safari"}).exit_status, 0);
+  const test::CommandResult press = daemon.driverctl({"press", "0"});
+  EXPECT_EQ(press.exit_status, 0);
+  EXPECT_EQ(press.out + press.err, "");
   const auto messages = agent.messages();
   ASSERT_EQ(messages.size(), 1u);
   EXPECT_EQ(messages[0].type, 0xF9488FFFu);
   EXPECT_EQ(agent.request(request::GetNextBackgroundEvent, {}, data), 6);
   EXPECT_EQ(agent.request(request::GetNextBackgroundEvent, {}, data), 0);
 
-  EXPECT_EQ(daemon.ctl("notify 7 9", out), 0);
+  EXPECT_EQ(daemon.driverctl({"notify", "7", "9"}).exit_status, 0);
   const auto chord = agent.messages();
   ASSERT_EQ(chord.size(), 1u);
   EXPECT_EQ(chord[0].type, 0xF9488007u);
@@ -166,18 +108,19 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   size_t out_len = 0;
   EXPECT_EQ(adb->call_struct(0, input, {}, out_len), kIOReturnSuccess);
 
-  EXPECT_EQ(daemon.ctl("state", out), 0);
+  const std::string out = daemon.driverctl({"state"}).out;
   EXPECT_NE(out.find("front application: Safari -> global set"), std::string::npos) << out;
   EXPECT_NE(out.find("button 0 mods 0x00: \"\" flags 0x0000, 1 items 5200/1/0"), std::string::npos)
       << out;
   EXPECT_NE(out.find("ADBID32 firmware calls: 1"), std::string::npos) << out;
-  EXPECT_EQ(daemon.ctl("press 999", out), 1);
-  EXPECT_EQ(out, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
-  EXPECT_EQ(daemon.ctl("", out), 2);
+  const test::CommandResult bad = daemon.driverctl({"press", "999"});
+  EXPECT_EQ(bad.exit_status, 1);
+  EXPECT_EQ(bad.err, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
+  EXPECT_EQ(daemon.driverctl({}).exit_status, 2);
 
-  EXPECT_EQ(daemon.stop(), 0);
+  EXPECT_EQ(daemon.driver->terminate(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));
-  EXPECT_EQ(daemon.ctl("state", out), 2);
+  EXPECT_EQ(daemon.driverctl({"state"}).exit_status, 2);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
-#include "tests/refdriver/running_server.h"
+#include "tests/support/echo_server.h"
 
 namespace cx::refdriver {
 namespace {
@@ -15,13 +15,13 @@ namespace {
 using platform::kIOReturnBadArgument;
 using platform::kIOReturnSuccess;
 using platform::kIOReturnUnsupported;
-using testing::closed_by_peer;
-using testing::hello_bytes;
-using testing::kMouse;
-using testing::raw_connect;
-using testing::read_frame;
-using testing::RunningServer;
-using testing::write_bytes;
+using test::closed_by_peer;
+using test::hello_bytes;
+using test::kMouse;
+using test::raw_connect;
+using test::read_frame;
+using test::RunningServer;
+using test::write_bytes;
 
 std::vector<uint8_t> create_call(int64_t size) {
   std::vector<uint8_t> frame(uc::scalar_call_size(1));
@@ -69,7 +69,7 @@ TEST(TransportHello, RefusedGreetingsAreAnsweredThenClosed) {
       {hello_bytes(uc::kMagic, 2, 1), kMouse, kIOReturnUnsupported},
       {hello_bytes(uc::kMagic, 1, 0), kMouse, kIOReturnBadArgument},
       {hello_bytes(uc::kMagic, 1, 3), kMouse, kIOReturnBadArgument},
-      {hello_bytes(uc::kMagic, 1, 2), testing::kAdb + ".1", kIOReturnUnsupported},
+      {hello_bytes(uc::kMagic, 1, 2), test::kAdb + ".1", kIOReturnUnsupported},
   };
   for (const Case& c : cases) {
     UniqueFd fd = raw_connect(driver.dir(), c.service);

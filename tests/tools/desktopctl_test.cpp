@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/processes.h"
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/xvfb.h"
 
 namespace cx::platform {
@@ -25,7 +25,7 @@ TEST(Desktopctl, FrontBringsANewApplicationOfTheToolsPidThatOutlivesIt) {
   std::vector<uint32_t> tools;
   for (const char* name : {"Safari", "TextEdit"}) {
     SCOPED_TRACE(name);
-    testing::BackgroundProcess tool({CX_DESKTOPCTL, "front", name});
+    test::BackgroundProcess tool({CX_DESKTOPCTL, "front", name});
     const auto pid = static_cast<uint32_t>(tool.pid());
     ASSERT_EQ(tool.wait_exit(), 0) << tool.errors();
     tools.push_back(pid);
@@ -42,7 +42,7 @@ TEST(Desktopctl, FrontBringsANewApplicationOfTheToolsPidThatOutlivesIt) {
     listed.push_back(psn.lowLongOfPSN);
   EXPECT_EQ(listed, tools);
 
-  EXPECT_EQ(testing::run_command({CX_DESKTOPCTL, "front"}).exit_status, 2);
+  EXPECT_EQ(test::run_command({CX_DESKTOPCTL, "front"}).exit_status, 2);
   unsetenv("DISPLAY");
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/util/temp_folders.h"
+#include "tests/support/user_folders.h"
 #include "util/file_info.h"
 #include "util/file_ops.h"
 #include "util/open_files.h"
@@ -13,10 +13,10 @@
 namespace cx {
 namespace {
 
-using Copy = test::TempFolders;
+using Copy = test::UserFolders;
 
 TEST_F(Copy, EmptySourceSucceedsAndClosesBoth) {
-  write_text(in_work("empty"), "");
+  test::write_file(in_work("empty"), "");
   ASSERT_TRUE(create_file("out", &work_, 0, 0));
   const int16_t in = open_file("empty", &work_, kReadPermission);
   const int16_t out = open_file("out", &work_, kWritePermission);
@@ -30,13 +30,13 @@ TEST_F(Copy, EmptySourceSucceedsAndClosesBoth) {
 TEST_F(Copy, ChunksAndFailedWrites) {
   std::string big;
   for (int i = 0; i < 3 * kCopyChunkSize + 17; ++i) big.push_back(static_cast<char>(i * 7));
-  write_text(in_work("big"), big);
+  test::write_file(in_work("big"), big);
   ASSERT_TRUE(create_file("out", &work_, 0, 0));
   int16_t in = open_file("big", &work_, kReadPermission);
   int16_t out = open_file("out", &work_, kWritePermission);
   ASSERT_TRUE(seek_file(in, 5, kFromStart));  // copies from the current position
   EXPECT_TRUE(copy_and_close(in, out));
-  EXPECT_EQ(read_text(in_work("out")), big.substr(5));
+  EXPECT_EQ(test::read_file(in_work("out")), big.substr(5));
   in = open_file("big", &work_, kReadPermission);
   out = open_file("out", &work_, kReadPermission);  // writes will fail
   EXPECT_FALSE(copy_and_close(in, out));
@@ -47,18 +47,18 @@ TEST_F(Copy, ChunksAndFailedWrites) {
 
 TEST_F(Copy, CopyCarriesInfoForkAndLock) {
   ASSERT_TRUE(create_file("src", &work_, 0x54455854, 0x43587678));
-  write_text(in_work("src"), "data fork");
+  test::write_file(in_work("src"), "data fork");
   ASSERT_TRUE(set_finder_attributes("src", &work_, 0x4100));
   ASSERT_TRUE(add_rsrc_string_to_new_file("src", &work_, 128, "fork"));
   ASSERT_TRUE(make_file_readonly("src", &work_));
-  write_text(in_work("dst"), "old destination, longer than the source");
+  test::write_file(in_work("dst"), "old destination, longer than the source");
   sfilepath sub{};
   ASSERT_TRUE(create_subfolder("Backup", &work_, &sub));
   ASSERT_TRUE(copy_file("src", &work_, "dst", &work_));
   ASSERT_TRUE(copy_file("src", &work_, "~src", &sub));
-  EXPECT_EQ(read_text(in_work("dst")), "data fork");
-  EXPECT_EQ(read_text(in_work("Backup/~src")), "data fork");
-  EXPECT_EQ(read_text(in_work("Backup/._~src.rsrc")), read_text(in_work("._src.rsrc")));
+  EXPECT_EQ(test::read_file(in_work("dst")), "data fork");
+  EXPECT_EQ(test::read_file(in_work("Backup/~src")), "data fork");
+  EXPECT_EQ(test::read_file(in_work("Backup/._~src.rsrc")), test::read_file(in_work("._src.rsrc")));
   sfileinfo info{};
   ASSERT_TRUE(get_file_info("~src", &sub, &info));
   EXPECT_EQ(info.fileType, 0x54455854u);
@@ -68,7 +68,7 @@ TEST_F(Copy, CopyCarriesInfoForkAndLock) {
   EXPECT_FALSE(copy_file("src", &work_, "dst", &work_)) << "locked destination stays";
   ASSERT_TRUE(make_file_readwrite("src", &work_));
   EXPECT_FALSE(copy_file("src", &work_, "src", &work_)) << "not onto itself";
-  EXPECT_EQ(read_text(in_work("src")), "data fork");
+  EXPECT_EQ(test::read_file(in_work("src")), "data fork");
   EXPECT_FALSE(copy_file("missing", &work_, "new", &work_));
   EXPECT_FALSE(file_exists("new", &work_));
 }

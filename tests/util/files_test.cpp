@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <string>
 
-#include "tests/util/temp_folders.h"
+#include "tests/support/user_folders.h"
 #include "util/byte_order.h"
 #include "util/file_info.h"
 #include "util/file_ops.h"
@@ -18,14 +18,14 @@ namespace {
 constexpr uint32_t kType = 0x70726566;     // 'pref'
 constexpr uint32_t kCreator = 0x43587678;  // 'CXvx'
 
-using Files = test::TempFolders;
+using Files = test::UserFolders;
 
 TEST_F(Files, CreateReplacesTheOldFileWithItsForkAndInfo) {
-  write_text(in_work("prefs"), "old contents");
+  test::write_file(in_work("prefs"), "old contents");
   ASSERT_TRUE(create_rsrc_fork("prefs", &work_));
   ASSERT_TRUE(set_finder_attributes("prefs", &work_, 0x4000));
   ASSERT_TRUE(create_file("prefs", &work_, kType, kCreator));
-  EXPECT_EQ(read_text(in_work("prefs")), "");
+  EXPECT_EQ(test::read_file(in_work("prefs")), "");
   EXPECT_EQ(open_rsrc_fork("prefs", &work_, 1), -1) << "old fork went with the old file";
   sfileinfo info{};
   ASSERT_TRUE(get_file_info("prefs", &work_, &info));
@@ -62,7 +62,7 @@ TEST_F(Files, FinderInfoIsStoredBigEndianWithSidecarFallback) {
   EXPECT_FALSE(get_file_info("missing", &work_, &back));
 
   // A file without the attribute: the sidecar is read; a damaged one counts as no info.
-  write_text(in_work("plain"), "");
+  test::write_file(in_work("plain"), "");
   std::string sidecar;
   ASSERT_TRUE(sidecar_path("plain", &work_, Sidecar::FinderData, sidecar));
   EXPECT_EQ(sidecar, in_work("._plain.finf"));
@@ -71,7 +71,7 @@ TEST_F(Files, FinderInfoIsStoredBigEndianWithSidecarFallback) {
   ASSERT_TRUE(write_finder_info_sidecar(sidecar, stored));
   ASSERT_TRUE(get_file_info("plain", &work_, &back));
   EXPECT_EQ(back.fileType, kType);
-  write_text(sidecar, "short");
+  test::write_file(sidecar, "short");
   ASSERT_TRUE(get_file_info("plain", &work_, &back));
   EXPECT_EQ(back.fileType, 0u);
 }
@@ -79,20 +79,20 @@ TEST_F(Files, FinderInfoIsStoredBigEndianWithSidecarFallback) {
 TEST_F(Files, RenameAndMoveNeverReplaceAndCarryTheFork) {
   ASSERT_TRUE(create_file("a", &work_, kType, kCreator));
   ASSERT_TRUE(add_rsrc_string_to_new_file("a", &work_, 128, "fork"));
-  write_text(in_work("taken"), "keep");
+  test::write_file(in_work("taken"), "keep");
   EXPECT_FALSE(rename_file("a", &work_, "taken"));
-  EXPECT_EQ(read_text(in_work("taken")), "keep");
-  write_text(in_work("._b.rsrc"), "stale fork of a deleted b");
+  EXPECT_EQ(test::read_file(in_work("taken")), "keep");
+  test::write_file(in_work("._b.rsrc"), "stale fork of a deleted b");
   ASSERT_TRUE(rename_file("a", &work_, "b"));
-  EXPECT_EQ(read_text(in_work("._b.rsrc")).size(), 256u + 9 + 50) << "a's fork replaced it";
+  EXPECT_EQ(test::read_file(in_work("._b.rsrc")).size(), 256u + 9 + 50) << "a's fork replaced it";
   sfilepath sub{};
   ASSERT_TRUE(create_subfolder("Sub", &work_, &sub));
   ASSERT_TRUE(move_file("b", &work_, &sub));
   EXPECT_FALSE(file_exists("b", &work_));
-  EXPECT_EQ(read_text(in_work("Sub/._b.rsrc")).size(), 256u + 9 + 50);
-  write_text(in_work("b"), "");
+  EXPECT_EQ(test::read_file(in_work("Sub/._b.rsrc")).size(), 256u + 9 + 50);
+  test::write_file(in_work("b"), "");
   EXPECT_FALSE(move_file("b", &work_, &sub)) << "name taken in the destination";
-  write_text(in_work("._q.rsrc"), "stale");
+  test::write_file(in_work("._q.rsrc"), "stale");
   ASSERT_TRUE(rename_file("b", &work_, "q"));
   EXPECT_EQ(open_rsrc_fork("q", &work_, 1), -1) << "a stale fork is not adopted";
   EXPECT_FALSE(rename_file("missing", &work_, "c"));
@@ -100,9 +100,9 @@ TEST_F(Files, RenameAndMoveNeverReplaceAndCarryTheFork) {
 }
 
 TEST_F(Files, StringResourceForkBytes) {
-  write_text(in_work("r"), "");
+  test::write_file(in_work("r"), "");
   ASSERT_TRUE(add_rsrc_string_to_new_file("r", &work_, -16455, "Hi"));
-  const std::string fork = read_text(in_work("._r.rsrc"));
+  const std::string fork = test::read_file(in_work("._r.rsrc"));
   ASSERT_EQ(fork.size(), 256u + 7 + 50);
   const auto* b = reinterpret_cast<const uint8_t*>(fork.data());
   EXPECT_EQ(fork.substr(260, 3), "\x02Hi");

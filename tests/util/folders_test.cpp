@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/folders.h"
-#include "tests/util/temp_folders.h"
+#include "tests/support/user_folders.h"
 #include "util/file_ops.h"
 #include "util/file_path.h"
 #include "util/file_spec.h"
@@ -16,7 +16,7 @@ namespace {
 using platform::Folder;
 using platform::folder_path;
 
-class Folders : public test::TempFolders {
+class Folders : public test::UserFolders {
  protected:
   static std::string make(Folder f) {
     std::filesystem::create_directories(folder_path(f));
@@ -79,7 +79,7 @@ TEST_F(Folders, SearchOrderOfSystemFolders) {
   EXPECT_EQ(search_file_in_system_folder("CX File", &tmp), nullptr);
   for (Folder f : {Folder::Temporary, Folder::UserPreferences, Folder::ControlPanels,
                    Folder::Extensions, Folder::System}) {
-    write_text(folder_path(f) + "/CX File", "x");  // each copy sits earlier in the order
+    test::write_file(folder_path(f) + "/CX File", "x");  // each copy sits earlier in the order
     sfilepath* found = search_file_in_system_folder("CX File", &work_);
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(dir_of(*found), folder_path(f));
@@ -92,7 +92,7 @@ TEST_F(Folders, SearchOrderOfSystemFolders) {
   EXPECT_EQ(here->dirID, tmp.dirID);
   release_filepath(here);
   // A plain location is not searched itself.
-  write_text(in_work("Only Here"), "x");
+  test::write_file(in_work("Only Here"), "x");
   EXPECT_EQ(search_file_in_system_folder("Only Here", &work_), nullptr);
 }
 
@@ -119,7 +119,7 @@ TEST_F(Folders, SubfoldersAndParents) {
   for (const char* bad : {"", ".", "..", "a/b", too_long.c_str()}) {
     EXPECT_FALSE(create_subfolder(bad, &work_, &sub)) << bad;
   }
-  write_text(in_work("plain"), "x");
+  test::write_file(in_work("plain"), "x");
   EXPECT_FALSE(get_subfolder_filepath("plain", &work_, &sub));
 }
 

@@ -11,7 +11,7 @@
 
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
-#include "tests/diag/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::test {
 namespace {
@@ -51,7 +51,7 @@ class LoginItemsTest : public ::testing::Test {
   static void store(int all_users, const Paths& paths) {
     auto root = plist::make_dictionary();
     root->set("AutoLaunchedApplicationDictionary", items(paths));
-    write_all(file(all_users), "");
+    test::write_file(file(all_users), "");
     ASSERT_TRUE(plist::write_plist_file(file(all_users), *root, plist::Format::Xml).ok());
   }
   static ino_t inode(const std::string& path) {
@@ -112,7 +112,7 @@ TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.stored.empty() ? "empty" : c.stored[0]);
     store(c.all_users, c.stored);
-    const std::string before = read_all(file(c.all_users));
+    const std::string before = test::read_file(file(c.all_users));
     const ino_t old_inode = inode(file(c.all_users));
     EXPECT_EQ(detectLoginItems(c.all_users), c.detected);
     removeLoginItems(c.all_users);
@@ -121,7 +121,7 @@ TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
     EXPECT_TRUE(plist::equal(plist::read_plist_file(file(c.all_users)).value, expected));
     if (!c.detected) {
       EXPECT_EQ(inode(file(c.all_users)), old_inode) << "not rewritten";
-      EXPECT_EQ(read_all(file(c.all_users)), before);
+      EXPECT_EQ(test::read_file(file(c.all_users)), before);
     }
   }
 }
@@ -141,7 +141,7 @@ TEST_F(LoginItemsTest, AddReplacesStaleEntriesWithTheAgent) {
 
 TEST_F(LoginItemsTest, MissingStringsFailQuietly) {
   store(0, {"/x/CXBackground.app"});
-  const std::string before = read_all(file(0));
+  const std::string before = test::read_file(file(0));
   setenv("CORVEX_BUNDLE", dir_.file("nowhere/Corvex Background").c_str(), 1);
   testing::internal::CaptureStderr();
   EXPECT_FALSE(getPreferenceIdentifiers());
@@ -151,7 +151,7 @@ TEST_F(LoginItemsTest, MissingStringsFailQuietly) {
   EXPECT_FALSE(addLoginItems(0));
   EXPECT_FALSE(addLoginItems(1));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(read_all(file(0)), before);
+  EXPECT_EQ(test::read_file(file(0)), before);
   EXPECT_FALSE(std::filesystem::exists(file(1)));
 
   // Setting up the agent's own entry says why it failed.

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "platform/folders.h"
-#include "tests/util/temp_folders.h"
+#include "tests/support/user_folders.h"
 #include "util/file_ops.h"
 
 namespace cx {
 namespace {
 
-using OpenFiles = test::TempFolders;
+using OpenFiles = test::UserFolders;
 
 TEST_F(OpenFiles, ReadWriteSeekRoundTrip) {
   ASSERT_TRUE(create_file("data", &work_, 0, 0));
@@ -39,14 +39,14 @@ TEST_F(OpenFiles, ReadWriteSeekRoundTrip) {
   ASSERT_TRUE(set_file_size(ref, 6));
   EXPECT_FALSE(set_file_size(ref, -1));
   EXPECT_TRUE(close_file(ref));
-  EXPECT_EQ(read_text(in_work("data")), std::string("012\0\0\0", 6));
+  EXPECT_EQ(test::read_file(in_work("data")), std::string("012\0\0\0", 6));
   EXPECT_FALSE(close_file(ref)) << "already closed";
   EXPECT_EQ(read_file(ref, buf, 1), -1);
   EXPECT_EQ(write_file(-1, buf, 1), -1);
 }
 
 TEST_F(OpenFiles, PermissionsAndLockedFiles) {
-  write_text(in_work("f"), "abc");
+  test::write_file(in_work("f"), "abc");
   char c = 0;
   const int16_t ro = open_file("f", &work_, kReadPermission);
   const int16_t wo = open_file("f", &work_, kWritePermission);
@@ -69,7 +69,7 @@ TEST_F(OpenFiles, PermissionsAndLockedFiles) {
 }
 
 TEST_F(OpenFiles, ReferenceNumbersAreReusedAndRunOut) {
-  write_text(in_work("f"), "abc");
+  test::write_file(in_work("f"), "abc");
   std::vector<int16_t> refs;
   for (int i = 0; i < kMaxOpenFiles; ++i) refs.push_back(open_file("f", &work_, kReadPermission));
   EXPECT_GT(refs.back(), 0);
@@ -80,7 +80,7 @@ TEST_F(OpenFiles, ReferenceNumbersAreReusedAndRunOut) {
 }
 
 TEST_F(OpenFiles, SymbolicLinksAndOtherNonFilesAreRefused) {
-  write_text(in_work("target"), "secret");
+  test::write_file(in_work("target"), "secret");
   ASSERT_EQ(symlink(in_work("target").c_str(), in_work("link").c_str()), 0);
   EXPECT_FALSE(file_exists("link", &work_));
   EXPECT_EQ(open_file("link", &work_, kReadPermission), -1);
@@ -94,13 +94,13 @@ TEST_F(OpenFiles, SymbolicLinksAndOtherNonFilesAreRefused) {
   ASSERT_TRUE(set_filepath(&shared_path, shared, 0));
   EXPECT_EQ(open_file("CXBkgnd_Diags.txt", &shared_path, kWritePermission), -1);
   EXPECT_FALSE(create_file("CXBkgnd_Diags.txt", &shared_path, 0, 0));
-  EXPECT_EQ(read_text(in_work("target")), "secret");
+  EXPECT_EQ(test::read_file(in_work("target")), "secret");
 }
 
 TEST_F(OpenFiles, SystemFolderLocationSearchesTheSystemFolders) {
   const std::string prefs = platform::folder_path(platform::Folder::UserPreferences);
   std::filesystem::create_directories(prefs);
-  write_text(prefs + "/Corvex Preferences", "200");
+  test::write_file(prefs + "/Corvex Preferences", "200");
   sfilepath tmp{};
   ASSERT_TRUE(get_sys_temporary_folder(&tmp));
   const int16_t ref = open_file("Corvex Preferences", &tmp, kReadPermission);

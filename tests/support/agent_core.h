@@ -7,9 +7,7 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "agent/agent_state.h"
@@ -20,10 +18,12 @@
 #include "platform/linux/user_client_socket.h"
 #include "platform/processes.h"
 #include "refdriver/active_user.h"
-#include "tests/support/reference_driver.h"
+#include "tests/support/diagnostics.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_event_loop.h"
 #include "tests/support/fake_processes.h"
+#include "tests/support/reference_driver.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::test {
 
@@ -42,17 +42,12 @@ class AgentTest : public ::testing::Test {
   static constexpr uint32_t kControlPanelPid = 4242;
 
   explicit AgentTest(const ReferenceDriver::Setup& setup = {})
-      : driver_(setup), service_(platform::make_socket_user_client_service(driver_.dir())) {
-    char pattern[] = "/tmp/cxagent.XXXXXX";
-    dir_ = mkdtemp(pattern);
-    log_path_ = dir_ + "/log.txt";
-  }
-  ~AgentTest() override { std::filesystem::remove_all(dir_); }
+      : driver_(setup), service_(platform::make_socket_user_client_service(driver_.dir())) {}
 
   void SetUp() override {
     ASSERT_TRUE(driver_.running()) << driver_.error();
-    setenv("CORVEX_SHARED_DIR", dir_.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", dir_.c_str(), 1);
+    setenv("CORVEX_SHARED_DIR", dir_.path().c_str(), 1);
+    setenv("XDG_CONFIG_HOME", dir_.path().c_str(), 1);
     setenv("CORVEX_BUNDLE", CX_AGENT_BUNDLE, 1);
     diag_reset_state();
     reset_agent_state();
@@ -74,13 +69,8 @@ class AgentTest : public ::testing::Test {
   // The log that set-up configures, showing every line through the
   // agent's diagnostic settings.
   void use_agent_log() {
-    setenv("CORVEX_MACHINE_ID", "test", 1);
-    const std::string byhost = dir_ + "/corvex/Preferences/ByHost";
-    std::filesystem::create_directories(byhost);
-    std::ofstream(byhost + "/com.velcorra.corvex.background.diags.test.plist")
-        << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-           "<key>Displevel</key><integer>8388607</integer>\n</dict>\n</plist>\n";
-    log_path_ = dir_ + "/CXBkgnd_Diags.txt";
+    write_diagnostic_settings(dir_.path(), 0x7fffff);
+    log_path_ = dir_.file("CXBkgnd_Diags.txt");
   }
 
   void TearDown() override {
@@ -105,18 +95,8 @@ class AgentTest : public ::testing::Test {
     events_.add_process(signature, kControlPanelPid, &panel_);
   }
 
-  std::string log() const {
-    std::ifstream in(log_path_);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-  int count_in_log(const std::string& line) const {
-    const std::string text = log();
-    int n = 0;
-    for (auto at = text.find(line); at != std::string::npos; at = text.find(line, at + 1)) ++n;
-    return n;
-  }
+  std::string log() const { return read_file(log_path_); }
+  int count_in_log(const std::string& line) const { return count_of(log(), line); }
   refdriver::ActiveUser active_user() {
     return refdriver::read_active_user(driver_.mutable_state().global_record(98));
   }
@@ -132,8 +112,8 @@ class AgentTest : public ::testing::Test {
   FakeEventLoop loop_;
   testing::FakeAppleEvents events_;
   CountingProcesses processes_;
-  std::string dir_;
-  std::string log_path_;
+  TempDir dir_{"cxagent"};
+  std::string log_path_ = dir_.file("log.txt");
 
  private:
   static platform::OSErr answer_bdac(const platform::AppleEvent&, platform::AppleEvent& reply,

@@ -1,4 +1,4 @@
-#include "tests/platform/ae_test_process.h"
+#include "tests/support/child_process.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -9,26 +9,20 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <thread>
+
+#include "tests/support/temp_dir.h"
 
 extern char** environ;
 
-namespace cx::testing {
+namespace cx::test {
 namespace {
 
 std::string temp_file() {
-  char path[] = "/tmp/cx_ae_test_XXXXXX";
+  char path[] = "/tmp/cxout.XXXXXX";
   const int fd = mkstemp(path);
   if (fd >= 0) close(fd);
   return path;
-}
-
-std::string read_file(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
 }
 
 int exit_status(int wait_status) {
@@ -128,4 +122,4 @@ CommandResult run_command(const std::vector<std::string>& argv) {
   return result;
 }
 
-}  // namespace cx::testing
+}  // namespace cx::test

@@ -1,5 +1,5 @@
-// Child processes for the bus tests: a private session bus, helpers started in
-// the background, and commands run to completion.
+// Child processes: a private session bus, programs started in the background,
+// and commands run to completion.
 #pragma once
 
 #include <sys/types.h>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace cx::testing {
+namespace cx::test {
 
 // A dbus-daemon of the test's own, named in DBUS_SESSION_BUS_ADDRESS, so that
 // nothing here touches the user's bus. address() is empty when it did not start.
@@ -51,4 +51,4 @@ struct CommandResult {
 };
 CommandResult run_command(const std::vector<std::string>& argv);
 
-}  // namespace cx::testing
+}  // namespace cx::test

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -12,7 +11,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -21,33 +19,21 @@
 
 #include "platform/linux/user_client_fd.h"
 #include "refdriver/transport_server.h"
+#include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
 
-namespace cx::refdriver::testing {
+namespace cx::test {
 
-inline const std::string kMouse(kMouseDriverService);
-inline const std::string kAdb(kAdbMouseService);
-
-class TempDir {
- public:
-  TempDir() {
-    char pattern[] = "/tmp/cxuc.XXXXXX";
-    path_ = mkdtemp(pattern);
-  }
-  ~TempDir() { std::filesystem::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
+inline const std::string kMouse(refdriver::kMouseDriverService);
+inline const std::string kAdb(refdriver::kAdbMouseService);
 
 // transfer: request [u32 length][payload] -> reply [u32 length][payload
 // complemented], returning length; a length below 4 or beyond the request
 // buffer answers -42. flattened: request [u32 size][u32 count][u32 type]
 // [u64 argument] posts `count` messages (argument, argument + 1, ...).
-class EchoHandler final : public TransportHandler {
+class EchoHandler final : public refdriver::TransportHandler {
  public:
-  int64_t transfer(const ClientPeer&, std::span<const uint8_t> request,
+  int64_t transfer(const refdriver::ClientPeer&, std::span<const uint8_t> request,
                    std::span<uint8_t> reply) override {
     const uint32_t length = load_be32(request.data());
     if (length < 4 || length > request.size()) return -42;
@@ -57,7 +43,7 @@ class EchoHandler final : public TransportHandler {
     }
     return length;
   }
-  int32_t flattened(const ClientPeer&, std::span<const uint8_t> request,
+  int32_t flattened(const refdriver::ClientPeer&, std::span<const uint8_t> request,
                     std::span<uint8_t>) override {
     const uint32_t count = load_be32(&request[4]);
     for (uint32_t i = 0; i < count; ++i) {
@@ -65,13 +51,13 @@ class EchoHandler final : public TransportHandler {
     }
     return 0;
   }
-  platform::kern_return_t adb_method(const ClientPeer&, uint32_t instance,
+  platform::kern_return_t adb_method(const refdriver::ClientPeer&, uint32_t instance,
                                      std::span<const uint8_t, 4> input) override {
     std::lock_guard lock(mutex_);
     adb_calls_.push_back({instance, load_be32(input.data())});
     return platform::kIOReturnSuccess;
   }
-  void closed(const ClientPeer& peer) override {
+  void closed(const refdriver::ClientPeer& peer) override {
     std::lock_guard lock(mutex_);
     closed_peers_.push_back(peer.connection);
     changed_.notify_all();
@@ -88,7 +74,7 @@ class EchoHandler final : public TransportHandler {
     return closed_peers_.size();
   }
 
-  TransportServer* server = nullptr;
+  refdriver::TransportServer* server = nullptr;
 
  private:
   std::mutex mutex_;
@@ -100,10 +86,11 @@ class EchoHandler final : public TransportHandler {
 class RunningServer {
  public:
   // `setup` runs before the loop starts (extra sockets are added there).
-  explicit RunningServer(TransportLimits limits = {}, uint32_t adb_instances = 2,
-                         const std::function<void(TransportServer&)>& setup = {}) {
+  explicit RunningServer(refdriver::TransportLimits limits = {}, uint32_t adb_instances = 2,
+                         const std::function<void(refdriver::TransportServer&)>& setup = {}) {
     std::string error;
-    server_ = TransportServer::create(dir_.path(), adb_instances, handler, error, limits);
+    server_ =
+        refdriver::TransportServer::create(dir_.path(), adb_instances, handler, error, limits);
     EXPECT_TRUE(server_) << error;
     if (!server_) return;
     if (setup) setup(*server_);
@@ -119,13 +106,13 @@ class RunningServer {
     server_.reset();
   }
   const std::string& dir() const { return dir_.path(); }
-  TransportServer& server() { return *server_; }
+  refdriver::TransportServer& server() { return *server_; }
 
   EchoHandler handler;
 
  private:
-  TempDir dir_;
-  std::unique_ptr<TransportServer> server_;
+  TempDir dir_{"cxuc"};
+  std::unique_ptr<refdriver::TransportServer> server_;
   std::thread thread_;
 };
 
@@ -188,4 +175,4 @@ inline std::vector<uint8_t> hello_bytes(uint32_t magic, uint32_t version, uint32
   return b;
 }
 
-}  // namespace cx::refdriver::testing
+}  // namespace cx::test
