@@ -22,16 +22,25 @@ std::string too_deep() {
   return "nesting deeper than " + std::to_string(kMaxDepth) + " levels";
 }
 
-// libplist 2.2 does not say whether an integer above INT64_MAX is unsigned
-// (a 16-byte integer in the file, or a large XML literal) or a negative
-// 8-byte one; its own binary writer does, in the root object's marker.
-bool is_wide_integer(plist_t node) {
+// The root object of libplist's binary form of `node` alone (marker byte
+// first): libplist 2.2's only public way to some facts it keeps. Empty when
+// it cannot write one.
+std::vector<uint8_t> root_object_of(plist_t node) {
   char* bytes = nullptr;
   uint32_t length = 0;
   plist_to_bin(node, &bytes, &length);
   const std::unique_ptr<char, void (*)(char*)> owned(bytes, plist_to_bin_free);
-  constexpr uint32_t kRootMarkerAt = 8;
-  return bytes && length > kRootMarkerAt && static_cast<uint8_t>(bytes[kRootMarkerAt]) == 0x14;
+  constexpr uint32_t kRootAt = 8;  // after "bplist00"
+  if (!bytes || length <= kRootAt) return {};
+  return std::vector<uint8_t>(bytes + kRootAt, bytes + length);
+}
+
+// libplist 2.2 does not say whether an integer above INT64_MAX is unsigned
+// (a 16-byte integer in the file, or a large XML literal) or a negative
+// 8-byte one; its own binary writer does, in the root object's marker.
+bool is_wide_integer(plist_t node) {
+  const std::vector<uint8_t> root = root_object_of(node);
+  return !root.empty() && root[0] == 0x14;
 }
 
 ValueRef integer_from(plist_t node) {
@@ -44,17 +53,11 @@ ValueRef integer_from(plist_t node) {
 }
 
 // libplist 2.2 keeps the whole date but hands out only 32-bit seconds; its
-// binary writer gives the exact time, as the root object's 8 bytes.
+// binary writer gives the exact time.
 ValueRef date_from(plist_t node) {
-  char* bytes = nullptr;
-  uint32_t length = 0;
-  plist_to_bin(node, &bytes, &length);
-  const std::unique_ptr<char, void (*)(char*)> owned(bytes, plist_to_bin_free);
-  constexpr uint32_t kRootAt = 8;
-  if (!bytes || length < kRootAt + 9 || static_cast<uint8_t>(bytes[kRootAt]) != 0x33)
-    return make_date(0);
-  const auto* time = reinterpret_cast<const uint8_t*>(bytes + kRootAt + 1);
-  return make_date(std::bit_cast<double>(load_be64(time)));
+  const std::vector<uint8_t> root = root_object_of(node);
+  if (root.size() < 9 || root[0] != 0x33) return make_date(0);
+  return make_date(std::bit_cast<double>(load_be64(root.data() + 1)));
 }
 
 ValueRef convert(plist_t node, int depth, std::string& error);
