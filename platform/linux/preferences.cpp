@@ -123,7 +123,7 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
   if (file.status == DomainFileRead::Unusable || file.status == DomainFileRead::Unparsable)
     return refuse(path, file.error);
   if (file.root && !plist::as<plist::Dictionary>(file.root))
-    return refuse(path, "its top level is not a dictionary");
+    return refuse(path, "top level is not a dictionary");
   auto dict =
       file.root ? std::static_pointer_cast<plist::Dictionary>(file.root) : plist::make_dictionary();
   for (const auto& [key, value] : scope->second) {

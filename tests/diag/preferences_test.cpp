@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 #include "plist/plist_io.h"
 #include "plist/value.h"
@@ -157,139 +156,105 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
   }
 }
 
-// What the agent does not understand, or cannot read, it must not destroy.
-TEST_F(PreferencesTest, UnreadableFilesAreNeverReplaced) {
-  const auto user = PrefUser::Current;
-  const auto host = PrefHost::Any;
-  const std::string path = preference_file_path("d.r", user, host);
-  // A binary list whose root dictionary holds a UID: {"k": UID 1}.
-  const std::string with_uid(
-      "bplist00\xD1\x01\x02\x51k\x80\x01\x08\x0B\x0D\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0"
-      "\x03\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0F",
-      50);
-  const struct {
-    const char* name;
-    std::string content;
-    const char* why;
-  } cases[] = {
-      {"hand-edit typo", "<plist><dict>\n<key>a</key><strin>x</string>", "line 2, column 13"},
-      {"keyed archive", with_uid, "byte offset 13: UID object"},
-      {"truncated", "bplist00\xD1\x01", "byte offset"},
-      {"not a dictionary", "<plist><array/></plist>", "top level is not a dictionary"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    test::write_file(path, c.content);
-    set_preference_value("k", plist::make_int32(4), "d.r", user, host);
-    ::testing::internal::CaptureStderr();
-    EXPECT_FALSE(synchronize_preferences("d.r", user, host));
-    const std::string said = ::testing::internal::GetCapturedStderr();
-    EXPECT_NE(said.find(path + ": "), std::string::npos) << said;
-    EXPECT_NE(said.find(c.why), std::string::npos) << said;
-    EXPECT_EQ(test::read_file(path), c.content);
-    EXPECT_EQ(read("k", "d.r", user, host), 4) << "still pending";
-  }
-  std::filesystem::remove(path);
-  EXPECT_TRUE(synchronize_preferences("d.r", user, host));
+constexpr auto kMe = PrefUser::Current;
+constexpr auto kAnyHost = PrefHost::Any;
+
+// Sets d.k = value in this process and synchronizes; what went to stderr.
+std::string set_and_sync(const char* domain, int32_t value, bool& written) {
+  set_preference_value("k", plist::make_int32(value), domain, kMe, kAnyHost);
+  ::testing::internal::CaptureStderr();
+  written = synchronize_preferences(domain, kMe, kAnyHost);
+  return ::testing::internal::GetCapturedStderr();
 }
 
-TEST_F(PreferencesTest, ValuesNotSetHereSurviveExactly) {
-  const auto user = PrefUser::Current;
-  const auto host = PrefHost::Any;
-  const std::string path = preference_file_path("d.v", user, host);
-  auto theirs = plist::make_dictionary();
-  theirs->set("old", plist::make_date(-6337594433.0));  // 1800
-  theirs->set("far", plist::make_date(15752293567.0));  // 2500
-  theirs->set("blob", plist::make_data({0, 0xFF, 7}));
-  theirs->set("wide", plist::make_uint64(UINT64_MAX));
-  theirs->set("real", plist::make_real(plist::NumberType::Float64, 0.1));
-  auto list = plist::make_array();
-  list->append(plist::make_bool(false));
-  list->append(plist::make_string("\xC3\xA9"));
-  theirs->set("list", list);
-  for (const plist::Format format : {plist::Format::Xml, plist::Format::Binary}) {
-    plist::WriteResult w = plist::write_plist(*theirs, format);
-    ASSERT_TRUE(w.ok()) << w.error;
-    // A byte-order mark in front, as some editors save.
-    const std::string bom = format == plist::Format::Xml ? "\xEF\xBB\xBF" : "";
-    test::write_file(path, bom + std::string(w.bytes.begin(), w.bytes.end()));
-    set_preference_value("mine", plist::make_int32(1), "d.v", user, host);
-    ASSERT_TRUE(synchronize_preferences("d.v", user, host));
-    auto expected = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(theirs.get()));
-    expected->set("mine", plist::make_int32(1));
+// A file that cannot be read is left as it is, says why and keeps the change
+// pending; one that can keeps every value it holds (dates of any year, a
+// leading byte-order mark).
+TEST_F(PreferencesTest, UnreadableFilesAreNeverReplacedAndOthersKeepTheirValues) {
+  const std::string path = preference_file_path("d.r", kMe, kAnyHost);
+  const std::string theirs =
+      "<plist><dict><key>old</key><date>1800-03-04T05:06:07Z</date><key>far</key><date>"
+      "0501-01-01T00:00:00Z</date><key>x</key><data>AP8=</data></dict></plist>";
+  const std::string with_uid("bplist00\xD1\x01\x02\x51k\x80\x01\x08\x0B\x0D" + std::string(6, 0) +
+                             "\x01\x01" + std::string(7, 0) + "\x03" + std::string(15, 0) + "\x0F");
+  const struct {
+    std::string content;
+    const char* why;  // null: written
+  } cases[] = {
+      {"<plist><dict>\n<key>a</key><strin>x</string>", "line 2, column 13"},
+      {with_uid, "byte offset 13: UID object"},
+      {"bplist00\xD1\x01", "byte offset"},
+      {"<plist><array/></plist>", "top level is not a dictionary"},
+      {"\xEF\xBB\xBF" + theirs, nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.content);
+    test::write_file(path, c.content);
+    bool written = false;
+    const std::string said = set_and_sync("d.r", 4, written);
+    EXPECT_EQ(written, c.why == nullptr);
+    EXPECT_EQ(read("k", "d.r", kMe, kAnyHost), 4);
+    if (c.why != nullptr) {
+      EXPECT_NE(said.find(path + ": " + c.why), std::string::npos) << said;
+      EXPECT_EQ(test::read_file(path), c.content);
+      continue;
+    }
+    const auto before =
+        plist::read_plist({reinterpret_cast<const uint8_t*>(theirs.data()), theirs.size()});
+    auto expected =
+        std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(before.value.get()));
+    expected->set("k", plist::make_int32(4));
     EXPECT_TRUE(plist::equal(plist::read_plist_file(path).value, expected));
   }
 }
 
-TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksAreWrittenThrough) {
-  const auto user = PrefUser::Current;
-  const auto host = PrefHost::Current;
-  const std::string path = preference_file_path("d.p", user, host);
-  set_preference_value("k", plist::make_int32(1), "d.p", user, host);
-  ASSERT_TRUE(synchronize_preferences("d.p", user, host));
+TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksIntoTheUsersFoldersAreWrittenThrough) {
+  const std::string path = preference_file_path("d.p", kMe, kAnyHost);
+  bool written = false;
+  set_and_sync("d.p", 1, written);
   struct stat st {};
-  for (const std::string& folder :
-       {dir_.file("config/corvex"), dir_.file("config/corvex/Preferences/ByHost")}) {
-    ASSERT_EQ(::stat(folder.c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0700u) << folder;
-  }
-  for (const mode_t mode : {0600u, 0640u}) {
-    ::chmod(path.c_str(), mode);
-    set_preference_value("k", plist::make_int32(2), "d.p", user, host);
-    ASSERT_TRUE(synchronize_preferences("d.p", user, host));
-    ASSERT_EQ(::stat(path.c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, mode);
-  }
+  ASSERT_EQ(::stat(dir_.file("config/corvex").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  ::chmod(path.c_str(), 0640);
+  set_and_sync("d.p", 2, written);
+  ASSERT_EQ(::stat(path.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0640u);
 
-  // A dotfile manager's link: read and written through, and still a link.
-  const std::string dotfiles = dir_.file("dotfiles");
-  std::filesystem::create_directories(dotfiles);
-  ::chmod(dotfiles.c_str(), 0700);
-  std::filesystem::rename(path, dotfiles + "/d.p.plist");
-  std::filesystem::create_symlink(dotfiles + "/d.p.plist", path);
-  EXPECT_EQ(read("k", "d.p", user, host), 2);
-  set_preference_value("k", plist::make_int32(3), "d.p", user, host);
-  ASSERT_TRUE(synchronize_preferences("d.p", user, host));
-  EXPECT_TRUE(std::filesystem::is_symlink(path));
-  EXPECT_EQ(read("k", "d.p", user, host), 3);
-  // Not when others could change what the link leads to.
-  ::chmod(dotfiles.c_str(), 0777);
-  const std::string before = test::read_file(dotfiles + "/d.p.plist");
-  set_preference_value("k", plist::make_int32(4), "d.p", user, host);
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(synchronize_preferences("d.p", user, host));
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find("not a file in this user's own folders"),
-            std::string::npos);
-  EXPECT_EQ(test::read_file(dotfiles + "/d.p.plist"), before);
+  const std::string dotfile = dir_.file("dotfiles/d.p.plist");
+  std::filesystem::create_directories(dir_.file("dotfiles"));
+  std::filesystem::rename(path, dotfile);
+  std::filesystem::create_symlink(dotfile, path);
+  for (const mode_t folder_mode : {0700u, 0777u}) {  // only the user may change it; anyone may
+    ::chmod(dir_.file("dotfiles").c_str(), folder_mode);
+    const std::string said = set_and_sync("d.p", static_cast<int32_t>(folder_mode), written);
+    EXPECT_EQ(written, folder_mode == 0700u) << said;
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+    EXPECT_EQ(plist::as<plist::Number>(
+                  plist::as<plist::Dictionary>(plist::read_plist_file(dotfile).value)->get("k"))
+                  ->int_value(),
+              0700);
+  }
 }
 
 TEST_F(PreferencesTest, AHeldLockFailsTheWriteAndStaleTemporariesGo) {
-  const auto user = PrefUser::Current;
-  const auto host = PrefHost::Any;
-  const std::string path = preference_file_path("d.l", user, host);
+  const std::string path = preference_file_path("d.l", kMe, kAnyHost);
   test::write_file(path + ".Ab12Cd", "left by a killed writer");
   test::write_file(path + ".lock", "");
-  test::write_file(path + ".keep", "not a temporary");
   const int held = ::open((path + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(::flock(held, LOCK_EX), 0);
-  set_preference_value("k", plist::make_int32(1), "d.l", user, host);
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(synchronize_preferences("d.l", user, host));
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find(path + ".lock for longer than"),
+  bool written = true;
+  EXPECT_NE(set_and_sync("d.l", 1, written).find(path + ".lock for longer than"),
             std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(written);
   ::close(held);
-  ASSERT_TRUE(synchronize_preferences("d.l", user, host));
-  EXPECT_EQ(read("k", "d.l", user, host), 1);
+  set_and_sync("d.l", 1, written);
+  EXPECT_TRUE(written);
   EXPECT_FALSE(std::filesystem::exists(path + ".Ab12Cd"));
-  EXPECT_TRUE(std::filesystem::exists(path + ".keep"));
 }
 
 // The agent and a control panel both change the file: the second one's
-// whole read-merge-rename happens inside the first one's.
+// whole read-merge-rename falls inside the first one's.
 TEST_F(PreferencesTest, ASecondWriterBetweenReadAndRenameLosesNothing) {
-  const auto user = PrefUser::Current;
-  const auto host = PrefHost::Any;
   int go[2];
   ASSERT_EQ(::pipe(go), 0);
   const pid_t other = ::fork();
@@ -297,24 +262,22 @@ TEST_F(PreferencesTest, ASecondWriterBetweenReadAndRenameLosesNothing) {
   if (other == 0) {
     char c = 0;
     if (::read(go[0], &c, 1) != 1) ::_exit(2);
-    set_preference_value("theirs", plist::make_int32(2), "d.w", user, host);
-    ::_exit(synchronize_preferences("d.w", user, host) ? 0 : 1);
+    set_preference_value("theirs", plist::make_int32(2), "d.w", kMe, kAnyHost);
+    ::_exit(synchronize_preferences("d.w", kMe, kAnyHost) ? 0 : 1);
   }
   int status = -1;
   test::before_next_rename([&] {
     ASSERT_EQ(::write(go[1], "g", 1), 1);
     // Time enough for the other writer to finish, were it not locked out.
-    for (int i = 0; i < 50 && ::waitpid(other, &status, WNOHANG) == 0; ++i)
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    test::eventually([&] { return ::waitpid(other, &status, WNOHANG) == other; },
+                     std::chrono::seconds(1));
   });
-  set_preference_value("mine", plist::make_int32(1), "d.w", user, host);
-  ASSERT_TRUE(synchronize_preferences("d.w", user, host));
+  set_preference_value("mine", plist::make_int32(1), "d.w", kMe, kAnyHost);
+  ASSERT_TRUE(synchronize_preferences("d.w", kMe, kAnyHost));
   if (status == -1) ::waitpid(other, &status, 0);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  EXPECT_EQ(read("mine", "d.w", user, host), 1);
-  EXPECT_EQ(read("theirs", "d.w", user, host), 2);
-  ::close(go[0]);
-  ::close(go[1]);
+  EXPECT_EQ(read("mine", "d.w", kMe, kAnyHost), 1);
+  EXPECT_EQ(read("theirs", "d.w", kMe, kAnyHost), 2);
 }
 
 }  // namespace
