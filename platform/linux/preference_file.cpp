@@ -99,6 +99,7 @@ DomainFile read_domain_file(const std::string& path) {
   }
   file.status = DomainFileRead::Ok;
   file.root = std::move(parsed.value);
+  file.format = parsed.format;
   return file;
 }
 
@@ -116,11 +117,11 @@ void remove_stale_temporaries(const std::string& path) {
   }
 }
 
-bool replace_domain_file(const std::string& path, const plist::Value& root, mode_t mode,
+bool replace_domain_file(const std::string& path, const plist::Value& root, const DomainFile& file,
                          std::string& error) {
-  const plist::WriteResult xml = plist::write_plist(root, plist::Format::Xml);
-  if (!xml.ok()) {
-    error = xml.error;
+  const plist::WriteResult written = plist::write_plist(root, file.format);
+  if (!written.ok()) {
+    error = written.error;
     return false;
   }
   std::string temp = path + "." + std::string(kTemporarySuffix, 'X');
@@ -129,10 +130,10 @@ bool replace_domain_file(const std::string& path, const plist::Value& root, mode
     error = "cannot create a temporary file: " + errno_text();
     return false;
   }
-  const bool written = ::fchmod(fd.get(), mode) == 0 && write_all(fd.get(), xml.bytes) &&
-                       ::fsync(fd.get()) == 0 && ::close(fd.release()) == 0 &&
-                       ::rename(temp.c_str(), path.c_str()) == 0;
-  if (!written) {
+  const bool replaced = ::fchmod(fd.get(), file.mode) == 0 && write_all(fd.get(), written.bytes) &&
+                        ::fsync(fd.get()) == 0 && ::close(fd.release()) == 0 &&
+                        ::rename(temp.c_str(), path.c_str()) == 0;
+  if (!replaced) {
     error = errno_text();
     ::unlink(temp.c_str());
     return false;

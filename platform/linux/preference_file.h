@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/linux/user_client_fd.h"
+#include "plist/plist_io.h"
 #include "plist/value.h"
 
 namespace cx::platform {
@@ -20,7 +21,10 @@ struct DomainFile {
   DomainFileRead status = DomainFileRead::Missing;
   plist::ValueRef root;  // Ok only
   mode_t mode = 0644;    // permission bits to give the file when rewritten
-  std::string error;     // why, when Unusable or Unparsable
+  // Rewritten in the format it was read in: XML dates hold whole seconds of
+  // years 0000-9999, a binary file's may hold more.
+  plist::Format format = plist::Format::Xml;
+  std::string error;  // why, when Unusable or Unparsable
 };
 
 // Unusable: a link, not a regular file, unreadable or too large.
@@ -56,10 +60,10 @@ class DomainLock {
 // behind. Only called under the lock: no live writer has one then.
 void remove_stale_temporaries(const std::string& path);
 
-// XML into a temporary file of the same folder with permission bits `mode`,
-// flushed to disk, then renamed over `path`. False, with `path` unchanged and
-// `error` set, on any failure.
-bool replace_domain_file(const std::string& path, const plist::Value& root, mode_t mode,
+// `file`'s format into a temporary file of the same folder with its
+// permission bits, flushed to disk, then renamed over `path`. False, with
+// `path` unchanged and `error` set, on any failure.
+bool replace_domain_file(const std::string& path, const plist::Value& root, const DomainFile& file,
                          std::string& error);
 
 }  // namespace cx::platform

@@ -134,7 +134,7 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
     }
   }
   remove_stale_temporaries(path);
-  if (!replace_domain_file(path, *dict, file.mode, error)) return refuse(path, error);
+  if (!replace_domain_file(path, *dict, file, error)) return refuse(path, error);
   pending().erase(scope);
   return true;
 }

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "plist/plist_io.h"
 #include "plist/value.h"
@@ -102,7 +103,7 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
 
   ASSERT_TRUE(synchronize_preferences("d.m", user, host));
   const plist::ReadResult merged = plist::read_plist_file(path);
-  EXPECT_EQ(merged.format, plist::Format::Xml);
+  EXPECT_EQ(merged.format, plist::Format::Binary) << "as it was";
   auto expected = plist::make_dictionary();
   expected->set("other", plist::make_int32(7));
   expected->set("k", plist::make_int32(5));
@@ -169,12 +170,15 @@ std::string set_and_sync(const char* domain, int32_t value, bool& written) {
 
 // A file that cannot be read is left as it is, says why and keeps the change
 // pending; one that can keeps every value it holds (dates of any year, a
-// leading byte-order mark).
+// leading byte-order mark, a binary file's exact times).
 TEST_F(PreferencesTest, UnreadableFilesAreNeverReplacedAndOthersKeepTheirValues) {
   const std::string path = preference_file_path("d.r", kMe, kAnyHost);
   const std::string theirs =
       "<plist><dict><key>old</key><date>1800-03-04T05:06:07Z</date><key>far</key><date>"
       "0501-01-01T00:00:00Z</date><key>x</key><data>AP8=</data></dict></plist>";
+  auto exact = plist::make_dictionary();
+  exact->set("t", plist::make_date(1e12 + 0.5));  // beyond what XML can hold
+  const std::vector<uint8_t> binary = plist::write_plist(*exact, plist::Format::Binary).bytes;
   const std::string with_uid("bplist00\xD1\x01\x02\x51k\x80\x01\x08\x0B\x0D" + std::string(6, 0) +
                              "\x01\x01" + std::string(7, 0) + "\x03" + std::string(15, 0) + "\x0F");
   const struct {
@@ -186,6 +190,7 @@ TEST_F(PreferencesTest, UnreadableFilesAreNeverReplacedAndOthersKeepTheirValues)
       {"bplist00\xD1\x01", "byte offset"},
       {"<plist><array/></plist>", "top level is not a dictionary"},
       {"\xEF\xBB\xBF" + theirs, nullptr},
+      {std::string(binary.begin(), binary.end()), nullptr},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.content);
@@ -200,7 +205,7 @@ TEST_F(PreferencesTest, UnreadableFilesAreNeverReplacedAndOthersKeepTheirValues)
       continue;
     }
     const auto before =
-        plist::read_plist({reinterpret_cast<const uint8_t*>(theirs.data()), theirs.size()});
+        plist::read_plist({reinterpret_cast<const uint8_t*>(c.content.data()), c.content.size()});
     auto expected =
         std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(before.value.get()));
     expected->set("k", plist::make_int32(4));
