@@ -8,6 +8,7 @@
 #include "agent/agent_callbacks.h"
 #include "agent/agent_state.h"
 #include "agent/driver_events.h"
+#include "agent/driver_relink.h"
 #include "agent/fast_user_switch.h"
 #include "agent/foreground_app.h"
 #include "agent/menu_extra.h"
@@ -49,10 +50,7 @@ void deliver_driver_messages() {
   const bool alive = cx_notifyPort->notifier->read_pending(messages);
   for (const platform::InterestMessage& m : messages)
     agent_routines.driver_notify(nullptr, vcx_service, m.type, m.argument);
-  if (!alive) {
-    std::fprintf(stderr, "Corvex Background: the driver closed its notifications\n");
-    cx_notifyPort->source.reset();
-  }
+  if (!alive) driver_link_lost();
 }
 
 struct handler_entry {
@@ -96,6 +94,8 @@ void write_report_trailer() {
   diag_line(">>>>>>>>>>>>>>>><<<<<<<<<<<<<<<", kReportLevel);
 }
 
+}  // namespace
+
 int check_driver_version() {
   mouse_version_info info{};
   store_be16(info.bytes.data(), static_cast<uint16_t>(mouse_version_info::kSize));
@@ -110,13 +110,17 @@ int check_driver_version() {
   return setup_status::version_mismatch;
 }
 
-// The control panel finds the agent by its signature on the bus.
-void serve_agent_events() {
+namespace {
+
+// The control panel finds the agent by its signature on the bus. Two agents
+// of one session would both act on every press, so the second one leaves.
+int serve_agent_events() {
   const platform::AEServeResult result = platform::apple_events().serve(kAgentSignature);
   if (result == platform::AEServeResult::no_transport)
     std::fprintf(stderr, "Corvex Background: no session bus, the control panel cannot reach us\n");
-  else if (result == platform::AEServeResult::signature_taken)
-    std::fprintf(stderr, "Corvex Background: another agent already serves this session\n");
+  if (result != platform::AEServeResult::signature_taken) return 0;
+  std::fprintf(stderr, "Corvex Background: another agent already serves this session, leaving\n");
+  return setup_status::agent_already_running;
 }
 
 }  // namespace
@@ -141,6 +145,24 @@ int register_event_notifications() {
   return 0;
 }
 
+void release_event_notifications() {
+  cx_notifyPort.reset();
+  cx_masterPort = nullptr;
+}
+
+int setup_driver_link() {
+  if (!ConnectToDriver()) {
+    std::fprintf(stderr, "Corvex Background: could not connect to driver\n");
+    return setup_status::no_driver;
+  }
+  // Presses queued while no agent listened are stale: drop them.
+  poll_driver_events(false);
+  if (const int status = register_event_notifications(); status != 0) return status;
+
+  diag_line("Checking driver version", kTraceLevel);
+  return check_driver_version();
+}
+
 int install_apple_event_handlers() {
   platform::AEHandlerTable& table = platform::apple_events().handlers();
   for (const handler_entry& e : served_events()) {
@@ -158,21 +180,15 @@ int setup_backgroundapp() {
                           300, 700, 300, 500, 0, 1);
   cc_diag_read_info("com.velcorra.corvex.background.diags");
   write_report_header();
+  // Before the driver is touched: a second agent must not even drain the
+  // first one's queue. Events are dispatched only once the loop runs.
+  if (const int status = serve_agent_events(); status != 0) return status;
 
-  if (!ConnectToDriver()) {
-    std::fprintf(stderr, "Corvex Background: could not connect to driver\n");
-    return setup_status::no_driver;
-  }
-  // Presses queued before this agent ran are stale: drop them.
-  poll_driver_events(false);
-  if (const int status = register_event_notifications(); status != 0) return status;
-
-  diag_line("Checking driver version", kTraceLevel);
-  if (const int status = check_driver_version(); status != 0) return status;
+  if (const int status = setup_driver_link(); status != 0) return status;
+  watch_driver_link();
 
   diag_line("Initializing AE Handlers", kTraceLevel);
   if (const int status = install_apple_event_handlers(); status != 0) return status;
-  serve_agent_events();
 
   learn_user_session();
   // The settings follow when the driver confirms this user.
@@ -187,12 +203,9 @@ int setup_backgroundapp() {
 void cleanup_backgroundapp() {
   unloadMenuExtraBundle();
   removeForegroundAppTimer();
-  if (cx_notifyPort) {
-    if (background_app_active || user_session_active) set_active_uid(false);
-    cx_notifyPort->source.reset();
-  }
-  cx_notifyPort.reset();
-  cx_masterPort = nullptr;
+  unwatch_driver_link();
+  if (cx_notifyPort && (background_app_active || user_session_active)) set_active_uid(false);
+  release_event_notifications();
   DisconnectFromDriver();
   pref_data.reset();
   write_report_trailer();

@@ -16,6 +16,8 @@ inline constexpr int16_t version_mismatch = -10011;
 // with the platform's user-client service.
 inline constexpr int16_t no_service = -10023;
 inline constexpr int16_t no_interest_notification = -10024;
+// Another agent already serves this login session.
+inline constexpr int16_t agent_already_running = -10025;
 }  // namespace setup_status
 
 // The one driver interface this agent works with: nothing older or newer.
@@ -29,6 +31,12 @@ void cleanup_backgroundapp();
 
 int install_apple_event_handlers();
 int register_event_notifications();
+void release_event_notifications();
+// 0, or -10011 with the mismatch reported on stderr.
+int check_driver_version();
+// The driver connection, the drain of stale events, the notifications and
+// the version check: what start-up and every reconnection do first.
+int setup_driver_link();
 
 platform::OSErr QuitAppleEventHandler(const platform::AppleEvent& event,
                                       platform::AppleEvent& reply, intptr_t refcon);

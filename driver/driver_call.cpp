@@ -11,7 +11,8 @@ namespace {
 // Both buffers' memory types, the arguments of every exchange.
 platform::kern_return_t exchange(uint32_t selector, int64_t& output) {
   const int64_t buffers[] = {in_shmem->memoryType, out_shmem->memoryType};
-  return vcx_connect->call_scalar(selector, buffers, std::span<int64_t>(&output, 1));
+  return note_driver_call(
+      vcx_connect->call_scalar(selector, buffers, std::span<int64_t>(&output, 1)));
 }
 
 // A negative output is never a reply length. Its low 16 bits are the

@@ -17,14 +17,31 @@ shared_memory_slot out_shmem;
 
 namespace {
 
+driver_gone_handler gone_handler = nullptr;
+// Set once a call found the driver gone: there is nobody left to release
+// the buffers with.
+bool driver_gone = false;
+
 // A call on a closed connection fails the way IOKit fails a null handle.
 platform::kern_return_t call_scalar(uint32_t selector, int64_t in, int64_t& out) {
   if (!vcx_connect) return platform::kIOReturnNoDevice;
   const int64_t inputs[] = {in};
-  return vcx_connect->call_scalar(selector, inputs, std::span<int64_t>(&out, 1));
+  return note_driver_call(vcx_connect->call_scalar(selector, inputs, std::span<int64_t>(&out, 1)));
 }
 
 }  // namespace
+
+void set_driver_gone_handler(driver_gone_handler handler) {
+  gone_handler = handler;
+}
+
+platform::kern_return_t note_driver_call(platform::kern_return_t kr) {
+  if (kr == platform::kIOReturnNoDevice && vcx_connect) {
+    driver_gone = true;
+    if (gone_handler) gone_handler();
+  }
+  return kr;
+}
 
 int ConnectToDriver() {
   if (driver_connected) return 1;
@@ -57,12 +74,17 @@ int ConnectToDriver() {
 void DisconnectFromDriver() {
   if (!driver_connected) return;
   if (vcx_connect) {
+    if (driver_gone) {
+      in_shmem.reset();
+      out_shmem.reset();
+    }
     if (in_shmem) releaseSharedMemory(std::move(in_shmem));
     if (out_shmem) releaseSharedMemory(std::move(out_shmem));
     vcx_connect.reset();
   }
   vcx_service.clear();
   driver_connected = false;
+  driver_gone = false;
 }
 
 shared_memory_slot newSharedMemory(uint32_t size) {
@@ -83,7 +105,7 @@ shared_memory_slot newSharedMemory(uint32_t size) {
 
   // The driver keeps its buffer when mapping fails: it goes when the
   // connection closes.
-  kr = vcx_connect->map_memory(rec->memoryType, rec->mapping);
+  kr = note_driver_call(vcx_connect->map_memory(rec->memoryType, rec->mapping));
   if (kr != platform::kIOReturnSuccess) {
     std::fprintf(stderr, "IOConnectMapMemory() failed with result = %d\n", kr);
     return nullptr;

@@ -47,7 +47,8 @@ inline constexpr int16_t reply_cannot_grow = -102;
 inline constexpr int16_t bad_reply = -103;
 }  // namespace driver_status
 
-// Null while closed; once connected the agent never reconnects by itself.
+// Null while closed. This layer never reconnects by itself: after a loss
+// the connection stays dead until it is disconnected.
 extern std::unique_ptr<platform::UserClientConnection> vcx_connect;
 extern bool driver_connected;
 // The service behind `vcx_connect` (IOConnectGetService); empty while closed.
@@ -57,6 +58,14 @@ extern shared_memory_slot out_shmem;  // reply buffer
 
 // 1 when connected (already or now), 0 on failure (reported on stderr).
 int ConnectToDriver();
+
+// Told, from inside the failing call, that the driver behind `vcx_connect`
+// has gone; it must not close the connection there and then.
+using driver_gone_handler = void (*)();
+void set_driver_gone_handler(driver_gone_handler handler);
+// Passes on the result of a call on `vcx_connect`, telling the handler when
+// the call found the driver gone.
+platform::kern_return_t note_driver_call(platform::kern_return_t kr);
 // Releases both buffers and closes the connection; harmless when closed.
 void DisconnectFromDriver();
 

@@ -3,6 +3,7 @@
 // set-up and tear-down.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -128,7 +129,8 @@ TEST_F(SessionTest, DeactivationSavesOnlyWhenTheControlPanelAnswersOne) {
 TEST_F(SessionTest, OffConsoleOnlyWithdrawsItsOwnUser) {
   user_session_active = 0;
   set_active_uid(true);
-  handle_UID_event(15, 1);  // the console changed hands: not for this agent
+  handle_UID_event(15, 1);    // the console changed hands: not for this agent
+  handle_UID_event(14, 501);  // another user's code
   EXPECT_EQ(active_user().state, 2);
   handle_UID_event(14, 1);
   EXPECT_EQ(active_user().state, 1);
@@ -238,6 +240,28 @@ TEST_F(SetupTest, SetUpReachesTheLoopAndTearDownUndoesIt) {
         "Installing Appset Timer\r\n",
         "End of Corvex Background.app Diagnostic Report\r\n>>>>>>>>>>>>>>>><<<<<<<<<<<<<<<\r\n"})
     EXPECT_NE(text.find(line), std::string::npos) << line;
+}
+
+TEST_F(SetupTest, ALostDriverIsSoughtAfterPausesDoublingFromHalfASecondToTenSeconds) {
+  setenv("CORVEX_SYSTEM_VERSION", "0x1028", 1);
+  ASSERT_EQ(setup_backgroundapp(), 0);
+  unsetenv("CORVEX_SYSTEM_VERSION");
+  driver_.stop();
+  ::testing::internal::CaptureStderr();
+  set_active_uid(true);  // finds the driver gone
+  loop_.advance(std::chrono::milliseconds(26000));
+  // Tries at 0.5, 1.5, 3.5, 7.5, 15.5 and 25.5 s; the next after 10 s more.
+  ASSERT_TRUE(driver_.start());
+  loop_.advance(std::chrono::milliseconds(9400));
+  EXPECT_FALSE(driver_connected);
+  loop_.advance(std::chrono::milliseconds(100));
+  EXPECT_TRUE(driver_connected);
+  EXPECT_EQ(active_user().state, 2);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Corvex - Driver comm failed with error 0xe00002c0 and output=0\n"
+            "Corvex Background: lost the driver, reconnecting\n"
+            "Corvex Background: the driver is back\n");
+  cleanup_backgroundapp();
 }
 
 TEST_F(SetupTest, MenuExtraEventReadsItsDataAsShort) {

@@ -124,11 +124,39 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
 }
 
-TEST_F(AgentProcessTest, RunsFromTheBuildTreeWithoutItsBundleNamed) {
+TEST_F(AgentProcessTest, SurvivesTheDriverRestartingAndActsOnPressesAfterwards) {
+  start_driver();
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+
+  kill(session_.driver->pid(), SIGKILL);
+  session_.driver->wait_exit();
+  EXPECT_TRUE(eventually([&] { return session_.corvexctl({"status"}).out == "inactive\n"; }));
+  start_driver();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  EXPECT_NE(driverctl({"state"}).find("active user: uid 1 (active)"), std::string::npos);
+  driverctl({"event", "2", "687474703a2f2f6578616d706c652e6f72672f00"});
+  EXPECT_TRUE(logged("Launching URL\r\n"));
+
+  // Said once; the new driver was set up from the start, devices included.
+  EXPECT_EQ(
+      count_of(session_.agent->errors(), "Corvex Background: lost the driver, reconnecting\n"), 1);
+  const std::string text = session_.log();
+  EXPECT_EQ(count_of(text, "Driver connection lost"), 1) << text;
+  EXPECT_EQ(count_of(text, "Setting Device Descriptors"), 2);
+  EXPECT_EQ(count_of(text, "Background App Activating"), 2);
+}
+
+TEST_F(AgentProcessTest, RunsFromTheBuildTreeAndASecondAgentOfTheSessionLeaves) {
   unsetenv("CORVEX_BUNDLE");  // the staged bundle beside the executable
   start_driver();
   session_.start_agent();
   ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  BackgroundProcess second({Programs::agent});
+  EXPECT_EQ(second.wait_exit(), -10025 & 0xFF);
+  EXPECT_NE(second.errors().find("another agent already serves this session"), std::string::npos)
+      << second.errors();
+  EXPECT_TRUE(session_.agent_active());
 }
 
 }  // namespace

@@ -75,7 +75,11 @@ TEST_F(DiagLogTest, LineSplittingEndsEveryLineInCrLf) {
                {"\nb", "\r\nb\r\n"},
                {"a\n", "a\r\n"},
                {long_text, long_text.substr(0, 1024) + "\r\n" + long_text.substr(1024, 1024) +
-                               "\r\n" + long_text.substr(2048) + "\r\n"}};
+                               "\r\n" + long_text.substr(2048) + "\r\n"},
+               // Exact multiples of the line size: no empty line after a full one.
+               {long_text.substr(0, 2048),
+                long_text.substr(0, 1024) + "\r\n" + long_text.substr(1024, 1024) + "\r\n"},
+               {long_text.substr(0, 1024) + "\nb", long_text.substr(0, 1024) + "\r\nb\r\n"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.text.substr(0, 10)));
     use_log(0);
@@ -134,6 +138,21 @@ TEST_F(DiagLogTest, OnlyARegularFileIsWritten) {
   std::filesystem::remove(log_);
   diag_line("later", kRepair);  // the next line tries again
   EXPECT_EQ(log(), "later\r\n");
+}
+
+// Another user's file planted under the log's name in the shared folder.
+TEST_F(DiagLogTest, AFileOfAnotherUserIsNotWritten) {
+  test::write_file(log_, "theirs");
+  if (::chown(log_.c_str(), ::geteuid() + 1, ::getegid()) != 0)
+    GTEST_SKIP() << "only root can give a file to another user";
+  ::testing::internal::CaptureStderr();
+  diag_line("UID 0 logged in", kRepair);
+  diag_line("again", kRepair);
+  const std::string said = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(diaginfo.file_open, 0);
+  EXPECT_EQ(test::read_file(log_), "theirs");
+  EXPECT_EQ(said, "Corvex Background: no diagnostic log is written: " + log_ +
+                      " belongs to another user.\n");
 }
 
 TEST_F(DiagLogTest, NumbersRectanglesAndPrintf) {
