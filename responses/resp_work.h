@@ -24,11 +24,16 @@ struct resp_work {
   // The button node's flags word; 0x10 is set when the target dictionary
   // holds user data after a write, and cleared otherwise.
   uint32_t* pref_flags = nullptr;
+  // How many menus enclose the response being converted; menus nest only so
+  // deep, so no input can exhaust the stack.
+  uint8_t menu_depth = 0;
 };
 
 // Adds the response that `user` describes, key by key falling back to
 // `defaults` (may be null), as a response block to work->transfer. The
-// header's button bytes and menu index must be set by the caller.
+// header's button bytes and menu index must be set by the caller. A block
+// that does not fit still counts, so the transfer block ends larger than its
+// buffer: grow the buffer and read again.
 void get_resp_data(resp_work* work, const plist::Dictionary* user,
                    const plist::Dictionary* defaults);
 

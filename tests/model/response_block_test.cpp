@@ -8,8 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -78,8 +76,7 @@ TEST(ResponsePrinter, GoldenTexts) {
     SCOPED_TRACE(name);
     ++pairs;
     const Bytes in = read_hex("printer/" + name + ".hex");
-    std::ifstream txt(data_path("printer/" + name + ".txt"));
-    const std::string expected((std::istreambuf_iterator<char>(txt)), {});
+    const std::string expected = test::read_text("printer/" + name + ".txt");
     char* text = nullptr;
     size_t size = 0;
     FILE* out = open_memstream(&text, &size);

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace cx::test {
@@ -21,6 +22,11 @@ std::vector<uint8_t> read_hex(const std::string& name) {
         bytes.push_back(static_cast<uint8_t>(std::stoul(word.substr(i, 2), nullptr, 16)));
   }
   return bytes;
+}
+
+std::string read_text(const std::string& name) {
+  std::ifstream in(data_path(name));
+  return std::string((std::istreambuf_iterator<char>(in)), {});
 }
 
 }  // namespace cx::test
