@@ -26,19 +26,14 @@ using platform::dbus_ae::ObjectUnref;
 using platform::dbus_ae::VariantPtr;
 
 constexpr const char* kSystemBusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
-constexpr const char* kBusName = "org.freedesktop.login1";
 constexpr const char* kManagerPath = "/org/freedesktop/login1";
-constexpr const char* kManager = "org.freedesktop.login1.Manager";
+constexpr const char* kSessionsPath = "/org/freedesktop/login1/session";
 constexpr const char* kSession = "org.freedesktop.login1.Session";
 
 constexpr const char* kInterfaces = R"xml(<node>
   <interface name="org.freedesktop.login1.Manager">
-    <method name="GetSession">
-      <arg type="s" direction="in"/><arg type="o" direction="out"/>
-    </method>
-    <method name="GetSessionByPID">
-      <arg type="u" direction="in"/><arg type="o" direction="out"/>
-    </method>
+    <method name="GetSession"><arg type="s"/><arg type="o" direction="out"/></method>
+    <method name="GetSessionByPID"><arg type="u"/><arg type="o" direction="out"/></method>
   </interface>
   <interface name="org.freedesktop.login1.Session">
     <property name="Id" type="s" access="read"/>
@@ -49,17 +44,11 @@ constexpr const char* kInterfaces = R"xml(<node>
 </node>)xml";
 
 // Any uid may connect (tests play other users), and nothing is forbidden.
-constexpr const char* kBusConfig = R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
+constexpr const char* kBusConfig = R"(<busconfig>
   <listen>unix:path=%s</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
-    <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*"/>
-    <allow receive_sender="*"/>
+    <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_sender="*"/>
   </policy>
 </busconfig>
 )";
@@ -68,56 +57,32 @@ constexpr const char* kBusConfig = R"(<!DOCTYPE busconfig PUBLIC
 
 struct FakeLogind::Impl {
   struct Session {
+    std::string id;
     uint32_t uid;
     bool active;
     std::string seat;
-  };
-  // What a session object's callbacks are given.
-  struct Object {
-    Impl* self;
-    std::string id;
-    unsigned registration;
   };
 
   std::string dir, address, error;
   std::optional<std::string> previous_bus;
   std::unique_ptr<GSubprocess, ObjectUnref> daemon;
-  GMainContext* context = nullptr;
-  GMainLoop* loop = nullptr;
+  GMainContext* context = g_main_context_new();
+  GMainLoop* loop = g_main_loop_new(context, FALSE);
   std::thread thread;
   ConnectionPtr connection;
-  NodeInfoPtr info{nullptr, g_dbus_node_info_unref};
-  unsigned manager_registration = 0;
-  std::map<std::string, std::unique_ptr<Object>> objects;  // loop thread only
+  NodeInfoPtr info{g_dbus_node_info_new_for_xml(kInterfaces, nullptr), g_dbus_node_info_unref};
 
-  std::mutex mutex;  // guards the two below, read by the loop thread
-  std::map<std::string, Session> sessions;
-  std::map<pid_t, std::string> processes;
+  std::mutex mutex;                         // guards the two below, read by the loop thread
+  std::map<std::string, Session> sessions;  // by object path
+  std::map<pid_t, std::string> processes;   // to object path
 
   bool start_bus();
-  bool serve();  // on the loop thread
+  // On the loop thread, so that its objects are served there.
+  bool serve();
   void shut_down();
-
-  // Runs `f` on the loop thread and waits for it: objects must be
-  // registered there to be served there.
-  template <typename F>
-  void on_loop(F f) {
-    std::packaged_task<void()> task(f);
-    std::future<void> done = task.get_future();
-    g_main_context_invoke(
-        context,
-        [](gpointer data) -> gboolean {
-          (*static_cast<std::packaged_task<void()>*>(data))();
-          return G_SOURCE_REMOVE;
-        },
-        &task);
-    done.wait();
-  }
-
   void manager_call(GDBusConnection* c, const gchar* sender, const gchar* method,
                     GVariant* parameters, GDBusMethodInvocation* invocation);
-  GVariant* session_property(const std::string& id, const gchar* name);
-  void register_session(const std::string& id);
+  GVariant* session_property(const gchar* path, const gchar* name, GError** error);
 };
 
 bool FakeLogind::Impl::start_bus() {
@@ -135,22 +100,20 @@ bool FakeLogind::Impl::start_bus() {
   GError* raw = nullptr;
   daemon.reset(g_subprocess_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE, &raw, "dbus-daemon", "--nofork",
                                 "--print-address", "--config-file", config.c_str(), nullptr));
-  ErrorPtr failure(raw);
+  const ErrorPtr failure(raw);
   if (!daemon) {
     error = std::string("dbus-daemon: ") + failure->message;
     return false;
   }
   std::unique_ptr<GDataInputStream, ObjectUnref> out(
       g_data_input_stream_new(g_subprocess_get_stdout_pipe(daemon.get())));
-  gsize length = 0;
-  gchar* line = g_data_input_stream_read_line(out.get(), &length, nullptr, nullptr);
-  if (!line || length == 0) {
-    g_free(line);
+  gchar* line = g_data_input_stream_read_line(out.get(), nullptr, nullptr, nullptr);
+  address = line ? line : "";
+  g_free(line);
+  if (address.empty()) {
     error = "dbus-daemon printed no address";
     return false;
   }
-  address = line;
-  g_free(line);
   // Set before any thread of ours runs; programs started later inherit it.
   if (const char* before = getenv(kSystemBusVariable)) previous_bus = before;
   setenv(kSystemBusVariable, address.c_str(), 1);
@@ -158,19 +121,16 @@ bool FakeLogind::Impl::start_bus() {
 }
 
 bool FakeLogind::Impl::serve() {
-  GError* raw = nullptr;
   connection.reset(g_dbus_connection_new_for_address_sync(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, &raw));
+      nullptr, nullptr, nullptr));
   if (!connection) {
-    error = std::string("connecting to the bus: ") + raw->message;
-    g_error_free(raw);
+    error = "cannot connect to the bus";
     return false;
   }
-  info.reset(g_dbus_node_info_new_for_xml(kInterfaces, nullptr));
-  static const GDBusInterfaceVTable manager_vtable = {
+  static const GDBusInterfaceVTable manager = {
       [](GDBusConnection* c, const gchar* sender, const gchar*, const gchar*, const gchar* method,
          GVariant* parameters, GDBusMethodInvocation* invocation, gpointer data) {
         static_cast<Impl*>(data)->manager_call(c, sender, method, parameters, invocation);
@@ -178,41 +138,64 @@ bool FakeLogind::Impl::serve() {
       nullptr,
       nullptr,
       {}};
-  manager_registration = g_dbus_connection_register_object(
-      connection.get(), kManagerPath, g_dbus_node_info_lookup_interface(info.get(), kManager),
-      &manager_vtable, this, nullptr, nullptr);
-  VariantPtr reply(g_dbus_connection_call_sync(
+  static const GDBusInterfaceVTable session = {
+      nullptr,
+      [](GDBusConnection*, const gchar*, const gchar* path, const gchar*, const gchar* property,
+         GError** failure, gpointer data) {
+        return static_cast<Impl*>(data)->session_property(path, property, failure);
+      },
+      nullptr,
+      {}};
+  // Every session object is one node of a subtree, so that adding a session
+  // registers nothing.
+  static const GDBusSubtreeVTable subtree = {
+      [](GDBusConnection*, const gchar*, const gchar*, gpointer) { return g_new0(gchar*, 1); },
+      [](GDBusConnection*, const gchar*, const gchar*, const gchar*, gpointer data) {
+        auto** infos = g_new0(GDBusInterfaceInfo*, 2);
+        infos[0] = g_dbus_interface_info_ref(
+            g_dbus_node_info_lookup_interface(static_cast<Impl*>(data)->info.get(), kSession));
+        return infos;
+      },
+      [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
+         gpointer* object_data, gpointer data) {
+        *object_data = data;
+        return &session;
+      },
+      {}};
+  g_dbus_connection_register_object(connection.get(), kManagerPath, info->interfaces[0], &manager,
+                                    this, nullptr, nullptr);
+  g_dbus_connection_register_subtree(connection.get(), kSessionsPath, &subtree,
+                                     G_DBUS_SUBTREE_FLAGS_DISPATCH_TO_UNENUMERATED_NODES, this,
+                                     nullptr, nullptr);
+  const VariantPtr reply(g_dbus_connection_call_sync(
       connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-      "RequestName", g_variant_new("(su)", kBusName, 0u), G_VARIANT_TYPE("(u)"),
+      "RequestName", g_variant_new("(su)", "org.freedesktop.login1", 0u), G_VARIANT_TYPE("(u)"),
       G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
   guint32 result = 0;
   if (reply) g_variant_get(reply.get(), "(u)", &result);
-  if (result != 1) {
-    error = "could not own org.freedesktop.login1";
-    return false;
-  }
-  return true;
+  if (result != 1) error = "could not own org.freedesktop.login1";
+  return result == 1;
 }
 
 void FakeLogind::Impl::manager_call(GDBusConnection* c, const gchar* sender, const gchar* method,
                                     GVariant* parameters, GDBusMethodInvocation* invocation) {
-  std::string id;
+  std::string path;
   if (std::string_view(method) == "GetSession") {
     const gchar* asked = nullptr;
     g_variant_get(parameters, "(&s)", &asked);
     const std::lock_guard lock(mutex);
-    if (sessions.count(asked)) id = asked;
-    if (id.empty()) {
+    if (sessions.count(session_path(asked)) == 0) {
       g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.login1.NoSuchSession",
                                                  "No session known by that name");
       return;
     }
+    path = session_path(asked);
   } else {
     guint32 pid = 0;
     g_variant_get(parameters, "(u)", &pid);
     if (pid == 0) {
       // As logind does: the caller's own process.
-      VariantPtr own(g_dbus_connection_call_sync(
+      const VariantPtr own(g_dbus_connection_call_sync(
           c, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
           "GetConnectionUnixProcessID", g_variant_new("(s)", sender), G_VARIANT_TYPE("(u)"),
           G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
@@ -226,16 +209,22 @@ void FakeLogind::Impl::manager_call(GDBusConnection* c, const gchar* sender, con
                                                  "PID does not belong to any known session");
       return;
     }
-    id = it->second;
+    path = it->second;
   }
-  g_dbus_method_invocation_return_value(invocation, g_variant_new("(o)", session_path(id).c_str()));
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(o)", path.c_str()));
 }
 
-GVariant* FakeLogind::Impl::session_property(const std::string& id, const gchar* name) {
+GVariant* FakeLogind::Impl::session_property(const gchar* path, const gchar* name,
+                                             GError** failure) {
   const std::lock_guard lock(mutex);
-  const Session& session = sessions.at(id);
+  const auto it = sessions.find(path);
+  if (it == sessions.end()) {
+    g_set_error_literal(failure, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_OBJECT, "No such session");
+    return nullptr;
+  }
+  const Session& session = it->second;
   const std::string_view property(name);
-  if (property == "Id") return g_variant_new_string(id.c_str());
+  if (property == "Id") return g_variant_new_string(session.id.c_str());
   if (property == "Active") return g_variant_new_boolean(session.active);
   if (property == "Seat") {
     const std::string seat =
@@ -246,40 +235,11 @@ GVariant* FakeLogind::Impl::session_property(const std::string& id, const gchar*
   return g_variant_new("(uo)", session.uid, user.c_str());
 }
 
-void FakeLogind::Impl::register_session(const std::string& id) {
-  static const GDBusInterfaceVTable session_vtable = {
-      nullptr,
-      [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* property,
-         GError**, gpointer data) -> GVariant* {
-        const auto* object = static_cast<Object*>(data);
-        return object->self->session_property(object->id, property);
-      },
-      nullptr,
-      {}};
-  auto object = std::make_unique<Object>(Object{this, id, 0});
-  object->registration =
-      g_dbus_connection_register_object(connection.get(), session_path(id).c_str(),
-                                        g_dbus_node_info_lookup_interface(info.get(), kSession),
-                                        &session_vtable, object.get(), nullptr, nullptr);
-  objects[id] = std::move(object);
-}
-
 void FakeLogind::Impl::shut_down() {
   if (thread.joinable()) {
-    on_loop([this] {
-      for (const auto& [id, object] : objects) {
-        g_dbus_connection_unregister_object(connection.get(), object->registration);
-      }
-      if (manager_registration) {
-        g_dbus_connection_unregister_object(connection.get(), manager_registration);
-      }
-      if (connection) g_dbus_connection_close_sync(connection.get(), nullptr, nullptr);
-      g_main_loop_quit(loop);
-    });
+    g_main_loop_quit(loop);
     thread.join();
   }
-  objects.clear();
-  connection.reset();
   if (daemon) {
     g_subprocess_send_signal(daemon.get(), SIGTERM);
     g_subprocess_wait(daemon.get(), nullptr, nullptr);
@@ -290,8 +250,6 @@ void FakeLogind::Impl::shut_down() {
 FakeLogind::FakeLogind() : impl_(std::make_unique<Impl>()) {
   Impl& d = *impl_;
   if (!d.start_bus()) return;
-  d.context = g_main_context_new();
-  d.loop = g_main_loop_new(d.context, FALSE);
   std::promise<bool> ready;
   std::future<bool> served = ready.get_future();
   d.thread = std::thread([&d, &ready] {
@@ -299,12 +257,13 @@ FakeLogind::FakeLogind() : impl_(std::make_unique<Impl>()) {
     const bool ok = d.serve();
     ready.set_value(ok);
     if (ok) g_main_loop_run(d.loop);
+    if (d.connection) g_dbus_connection_close_sync(d.connection.get(), nullptr, nullptr);
+    d.connection.reset();
+    while (g_main_context_iteration(d.context, FALSE)) {
+    }
     g_main_context_pop_thread_default(d.context);
   });
-  if (!served.get()) {
-    d.thread.join();
-    d.shut_down();
-  }
+  if (!served.get()) d.shut_down();
 }
 
 FakeLogind::~FakeLogind() {
@@ -316,8 +275,8 @@ FakeLogind::~FakeLogind() {
       unsetenv(kSystemBusVariable);
     }
   }
-  if (impl_->loop) g_main_loop_unref(impl_->loop);
-  if (impl_->context) g_main_context_unref(impl_->context);
+  g_main_loop_unref(impl_->loop);
+  g_main_context_unref(impl_->context);
   if (!impl_->dir.empty()) std::filesystem::remove_all(impl_->dir);
 }
 
@@ -335,23 +294,20 @@ const std::string& FakeLogind::address() const {
 
 void FakeLogind::add_session(const std::string& id, uint32_t uid, const std::vector<pid_t>& pids,
                              bool active, const std::string& seat) {
-  {
-    const std::lock_guard lock(impl_->mutex);
-    impl_->sessions[id] = {uid, active, seat};
-    for (const pid_t pid : pids) impl_->processes[pid] = id;
-  }
-  if (impl_->thread.joinable()) impl_->on_loop([&] { impl_->register_session(id); });
+  const std::lock_guard lock(impl_->mutex);
+  impl_->sessions[session_path(id)] = {id, uid, active, seat};
+  for (const pid_t pid : pids) impl_->processes[pid] = session_path(id);
 }
 
 void FakeLogind::add_process(const std::string& id, pid_t pid) {
   const std::lock_guard lock(impl_->mutex);
-  impl_->processes[pid] = id;
+  impl_->processes[pid] = session_path(id);
 }
 
 void FakeLogind::set_active(const std::string& id, bool active) {
   {
     const std::lock_guard lock(impl_->mutex);
-    impl_->sessions.at(id).active = active;
+    impl_->sessions.at(session_path(id)).active = active;
   }
   if (!impl_->connection) return;
   GVariantBuilder changed;
@@ -366,7 +322,7 @@ void FakeLogind::set_active(const std::string& id, bool active) {
 std::string FakeLogind::session_path(const std::string& id) {
   // logind's escaping of a path label: anything but a letter or a digit, and
   // a leading digit, as _ and two hex digits.
-  std::string path = "/org/freedesktop/login1/session/";
+  std::string path = std::string(kSessionsPath) + "/";
   for (std::size_t i = 0; i < id.size(); ++i) {
     const auto ch = static_cast<unsigned char>(id[i]);
     if (std::isalpha(ch) || (std::isdigit(ch) && i > 0)) {
