@@ -6,6 +6,7 @@
 #include "diag/plist_describe.h"
 #include "diag/plist_show.h"
 #include "plist/value.h"
+#include "tests/support/golden.h"
 
 namespace cx {
 namespace {
@@ -31,27 +32,7 @@ TEST(PlistDescribeTest, NestedVerboseAndPlain) {
   CXCFShow(value.get(), title.get(), 1);
   CXCFShow(value.get(), nullptr, 0);
   CXCFDescribe(nullptr, 0, "-");
-  EXPECT_EQ(GetCapturedStderr(),
-            "T\n"
-            "  <Dictionary -- Nitems: 2, Retain: 1, Items:\n"
-            "    <String -- \"name\", Retain: 1, Value:\n"
-            "      <String -- \"Bob\", Retain: 1\n"
-            "    <String -- \"list\", Retain: 1, Value:\n"
-            "      <Array -- Count: 2, Retain: 1, Items:\n"
-            "        Item #0:         <Boolean -- Value: TRUE, Retain: 1>\n"
-            "        Item #1:         <Number -- Type: Float64, Value: 1.500000, Retains: 1>\n"
-            "      >\n"
-            "  >\n"
-            "  Dictionary:\n"
-            "    name,\n"
-            "      Bob\n"
-            "    list,\n"
-            "      Array:\n"
-            "        0:         TRUE\n"
-            "        1:         Float64(1.500000)\n"
-            "\n"
-            "\n"
-            "-<NULL>");
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/nested.txt"));
 }
 
 TEST(PlistDescribeTest, NumbersStringsAndRetainCounts) {
@@ -69,19 +50,9 @@ TEST(PlistDescribeTest, NumbersStringsAndRetainCounts) {
   }
   CXCFDescribe(data.get(), 0, "|");
   char address[64];
-  std::snprintf(address, sizeof address, "|<0x%lx: Unknown object type>",
+  std::snprintf(address, sizeof address, "<0x%lx: Unknown object type>",
                 static_cast<unsigned long>(reinterpret_cast<uintptr_t>(data.get())));
-  EXPECT_EQ(GetCapturedStderr(),
-            "|<Number -- Type: SInt16, Value: -7, Retains: 2>"
-            "|SInt16(-7)"
-            "|<Number -- Type: LongLong, Value: undisplayable, Retains: 1>"
-            "|LongLong(undisplayable)"
-            "|SInt64(1099511627776)"
-            "|<Boolean -- Value: FALSE, Retain: 1>"
-            "|FALSE"
-            "|<String -- can't convert, Retain: 1"
-            "|(Unconvertable string)" +
-                std::string(address));
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/scalars.txt") + address);
 }
 
 TEST(PlistDescribeTest, EmptyContainers) {
@@ -92,11 +63,7 @@ TEST(PlistDescribeTest, EmptyContainers) {
   CXCFDescribe(dict.get(), 0, ">");
   CXCFDescribe(array.get(), 1, ">");
   CXCFDescribe(array.get(), 0, ">");
-  EXPECT_EQ(GetCapturedStderr(),
-            "><Dictionary -- error trying to get count of keys and values>"
-            "><Dictionary -- error trying to get count of keys and values>"
-            "><Array -- Count: 0, Retain: 1, Items:\n>>"
-            ">Array:\n");
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/empty.txt"));
 }
 
 TEST(PlistShowTest, KeyColumnFitsTheWidestNestedKey) {
@@ -108,10 +75,7 @@ TEST(PlistShowTest, KeyColumnFitsTheWidestNestedKey) {
   EXPECT_EQ(CXCFGetMaxKeyLength(key.get(), value.get(), 0), 10);
   CaptureStderr();
   CXCFKeyShow(key.get(), value.get());
-  EXPECT_EQ(GetCapturedStderr(),
-            "( 1/ 2)dict          Dict          <2 key/value pairs>\n"
-            "( 1/ 1)  a           String    x\n"
-            "( 1/ 1)  longkey1    Number    5 (SInt32)\n");
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/key_column.txt"));
 }
 
 TEST(PlistShowTest, ArraysUsePositionsAsKeys) {
@@ -141,10 +105,7 @@ TEST(PlistShowTest, NullEmptyDictionaryAndUnconvertibleKey) {
   CaptureStderr();
   CXCFShowObject(nullptr, 0, 0);
   CXCFShowObject(value.get(), 0, 0);
-  EXPECT_EQ(GetCapturedStderr(),
-            "Unknown   NULL\n"
-            "Dict          <1 key/value pairs>\n"
-            "( 1/ 1)  <Unconvertable string>Dict      <zero key/value pairs>\n");
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/null_and_empty.txt"));
 }
 
 TEST(PlistShowTest, StringLengths) {
