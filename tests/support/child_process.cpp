@@ -31,7 +31,8 @@ int exit_status(int wait_status) {
 
 }  // namespace
 
-PrivateSessionBus::PrivateSessionBus() {
+PrivateSessionBus::PrivateSessionBus(const char* variable, const std::string& config) {
+  const std::string configuration = config.empty() ? "--session" : "--config-file=" + config;
   int fds[2];
   if (pipe(fds) != 0) return;
   pid_ = fork();
@@ -40,7 +41,7 @@ PrivateSessionBus::PrivateSessionBus() {
     dup2(fds[1], STDOUT_FILENO);
     close(fds[0]);
     close(fds[1]);
-    execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--print-address=1",
+    execlp("dbus-daemon", "dbus-daemon", configuration.c_str(), "--nofork", "--print-address=1",
            static_cast<char*>(nullptr));
     _exit(127);
   }
@@ -49,7 +50,7 @@ PrivateSessionBus::PrivateSessionBus() {
   while (read(fds[0], &c, 1) == 1 && c != '\n') address_ += c;
   close(fds[0]);
   if (c != '\n') address_.clear();
-  if (!address_.empty()) setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+  if (!address_.empty()) setenv(variable, address_.c_str(), 1);
 }
 
 PrivateSessionBus::~PrivateSessionBus() {

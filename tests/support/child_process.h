@@ -9,11 +9,13 @@
 
 namespace cx::test {
 
-// A dbus-daemon of the test's own, named in DBUS_SESSION_BUS_ADDRESS, so that
-// nothing here touches the user's bus. address() is empty when it did not start.
+// A dbus-daemon of the test's own, named in `variable`, so that nothing here
+// touches the user's bus; `config` replaces the session bus's configuration.
+// address() is empty when it did not start.
 class PrivateSessionBus {
  public:
-  PrivateSessionBus();
+  explicit PrivateSessionBus(const char* variable = "DBUS_SESSION_BUS_ADDRESS",
+                             const std::string& config = {});
   ~PrivateSessionBus();
   const std::string& address() const { return address_; }
 

@@ -1,7 +1,6 @@
 #include "tests/support/fake_logind.h"
 
 #include <gio/gio.h>
-#include <signal.h>
 #include <stdlib.h>
 
 #include <cctype>
@@ -15,14 +14,13 @@
 #include <thread>
 
 #include "platform/linux/apple_events_glib.h"
+#include "tests/support/child_process.h"
 
 namespace cx::test {
 namespace {
 
 using platform::dbus_ae::ConnectionPtr;
-using platform::dbus_ae::ErrorPtr;
 using platform::dbus_ae::NodeInfoPtr;
-using platform::dbus_ae::ObjectUnref;
 using platform::dbus_ae::VariantPtr;
 
 constexpr const char* kSystemBusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
@@ -65,7 +63,7 @@ struct FakeLogind::Impl {
 
   std::string dir, address, error;
   std::optional<std::string> previous_bus;
-  std::unique_ptr<GSubprocess, ObjectUnref> daemon;
+  std::unique_ptr<PrivateSessionBus> bus;
   GMainContext* context = g_main_context_new();
   GMainLoop* loop = g_main_loop_new(context, FALSE);
   std::thread thread;
@@ -92,32 +90,15 @@ bool FakeLogind::Impl::start_bus() {
     return false;
   }
   dir = pattern;
-  const std::string config = dir + "/bus.conf";
   char text[1024];
   std::snprintf(text, sizeof text, kBusConfig, (dir + "/system_bus_socket").c_str());
-  std::ofstream(config) << text;
-
-  GError* raw = nullptr;
-  daemon.reset(g_subprocess_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE, &raw, "dbus-daemon", "--nofork",
-                                "--print-address", "--config-file", config.c_str(), nullptr));
-  const ErrorPtr failure(raw);
-  if (!daemon) {
-    error = std::string("dbus-daemon: ") + failure->message;
-    return false;
-  }
-  std::unique_ptr<GDataInputStream, ObjectUnref> out(
-      g_data_input_stream_new(g_subprocess_get_stdout_pipe(daemon.get())));
-  gchar* line = g_data_input_stream_read_line(out.get(), nullptr, nullptr, nullptr);
-  address = line ? line : "";
-  g_free(line);
-  if (address.empty()) {
-    error = "dbus-daemon printed no address";
-    return false;
-  }
-  // Set before any thread of ours runs; programs started later inherit it.
+  std::ofstream(dir + "/bus.conf") << text;
   if (const char* before = getenv(kSystemBusVariable)) previous_bus = before;
-  setenv(kSystemBusVariable, address.c_str(), 1);
-  return true;
+  // Set before any thread of ours runs; programs started later inherit it.
+  bus = std::make_unique<PrivateSessionBus>(kSystemBusVariable, dir + "/bus.conf");
+  address = bus->address();
+  if (address.empty()) error = "dbus-daemon did not start";
+  return !address.empty();
 }
 
 bool FakeLogind::Impl::serve() {
@@ -240,11 +221,7 @@ void FakeLogind::Impl::shut_down() {
     g_main_loop_quit(loop);
     thread.join();
   }
-  if (daemon) {
-    g_subprocess_send_signal(daemon.get(), SIGTERM);
-    g_subprocess_wait(daemon.get(), nullptr, nullptr);
-    daemon.reset();
-  }
+  bus.reset();
 }
 
 FakeLogind::FakeLogind() : impl_(std::make_unique<Impl>()) {
