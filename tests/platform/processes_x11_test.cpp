@@ -36,30 +36,35 @@ class Desktop {
     conn_ = xcb_connect(display.c_str(), nullptr);
     if (xcb_connection_has_error(conn_)) return;
     root_ = xcb_setup_roots_iterator(xcb_get_setup(conn_)).data->root;
-    active_ = atom("_NET_ACTIVE_WINDOW");
-    clients_ = atom("_NET_CLIENT_LIST");
-    stacking_ = atom("_NET_CLIENT_LIST_STACKING");
-    wm_pid_ = atom("_NET_WM_PID");
   }
   ~Desktop() { xcb_disconnect(conn_); }
 
-  bool ok() const { return !xcb_connection_has_error(conn_) && wm_pid_ != XCB_NONE; }
+  bool ok() { return !xcb_connection_has_error(conn_) && atom("_NET_WM_PID") != XCB_NONE; }
 
   xcb_window_t window(std::optional<pid_t> pid, std::string_view wm_class = {}) {
     const xcb_window_t w = xcb_generate_id(conn_);
     xcb_create_window(conn_, XCB_COPY_FROM_PARENT, w, root_, 0, 0, 10, 10, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-    if (pid) set_cardinal(w, wm_pid_, static_cast<uint32_t>(*pid));
+    if (pid) {
+      const auto value = static_cast<uint32_t>(*pid);
+      xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, w, atom("_NET_WM_PID"), XCB_ATOM_CARDINAL,
+                          32, 1, &value);
+    }
     if (!wm_class.empty())
       xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                           static_cast<uint32_t>(wm_class.size()), wm_class.data());
+    sync();
     return w;
   }
 
-  void set_active(xcb_window_t w) { set_windows(active_, {w}); }
-  void set_clients(const std::vector<xcb_window_t>& ws) { set_windows(clients_, ws); }
-  void set_stacking(const std::vector<xcb_window_t>& ws) { set_windows(stacking_, ws); }
-  void clear_active() { xcb_delete_property(conn_, root_, active_); }
+  // A window list on the root.
+  void set_root(std::string_view property, const std::vector<xcb_window_t>& ws) {
+    xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, root_, atom(property), XCB_ATOM_WINDOW, 32,
+                        static_cast<uint32_t>(ws.size()), ws.data());
+    sync();
+  }
+  void set_active(xcb_window_t w) { set_root("_NET_ACTIVE_WINDOW", {w}); }
+  void clear_active() { xcb_delete_property(conn_, root_, atom("_NET_ACTIVE_WINDOW")); }
 
   // Takes the window manager's place on the root, so requests sent to it
   // arrive here.
@@ -87,9 +92,6 @@ class Desktop {
     return std::nullopt;
   }
 
-  xcb_atom_t active_atom() const { return active_; }
-
- private:
   xcb_atom_t atom(std::string_view name) {
     auto* reply = xcb_intern_atom_reply(
         conn_, xcb_intern_atom(conn_, 0, static_cast<uint16_t>(name.size()), name.data()), nullptr);
@@ -99,24 +101,12 @@ class Desktop {
     return a;
   }
 
-  void set_cardinal(xcb_window_t w, xcb_atom_t property, uint32_t value) {
-    xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, w, property, XCB_ATOM_CARDINAL, 32, 1,
-                        &value);
-    sync();
-  }
-
-  void set_windows(xcb_atom_t property, const std::vector<xcb_window_t>& ws) {
-    xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, root_, property, XCB_ATOM_WINDOW, 32,
-                        static_cast<uint32_t>(ws.size()), ws.data());
-    sync();
-  }
-
+ private:
   // Waits until the server has applied everything sent so far.
   void sync() { std::free(xcb_get_input_focus_reply(conn_, xcb_get_input_focus(conn_), nullptr)); }
 
   xcb_connection_t* conn_;
   xcb_window_t root_ = XCB_NONE;
-  xcb_atom_t active_ = XCB_NONE, clients_ = XCB_NONE, stacking_ = XCB_NONE, wm_pid_ = XCB_NONE;
 };
 
 class FakeDirectory final : public SignatureDirectory {
@@ -205,7 +195,7 @@ TEST_F(X11Processes, ListHasEachWindowedProcessOnceThenTheBusOnlyParticipants) {
   const xcb_window_t b = desktop_->window(sleeper_.pid());
   const xcb_window_t a2 = desktop_->window(self_, "t\0Terminal\0"sv);
   const xcb_window_t nobody = desktop_->window(std::nullopt);
-  desktop_->set_clients({a, nobody, b, a2});
+  desktop_->set_root("_NET_CLIENT_LIST", {a, nobody, b, a2});
 
   FakeDirectory directory;
   directory.list = {{fourcc("VCXT"), self_}, {fourcc("VCVX"), other_sleeper_.pid()}};
@@ -247,15 +237,15 @@ TEST_F(X11Processes, BringingToFrontAsksTheWindowManagerForTheTopmostWindow) {
   const xcb_window_t low = desktop_->window(self_);
   const xcb_window_t other = desktop_->window(sleeper_.pid());
   const xcb_window_t high = desktop_->window(self_);
-  desktop_->set_clients({low, other, high});
-  desktop_->set_stacking({low, high, other});
+  desktop_->set_root("_NET_CLIENT_LIST", {low, other, high});
+  desktop_->set_root("_NET_CLIENT_LIST_STACKING", {low, high, other});
   ASSERT_TRUE(desktop_->redirect_root());
 
   const ProcessSerialNumber me = psn_of(self_);
   ASSERT_EQ(service_->set_front_process(me), noErr);
   const auto message = desktop_->client_message();
   ASSERT_TRUE(message.has_value());
-  EXPECT_EQ(message->type, desktop_->active_atom());
+  EXPECT_EQ(message->type, desktop_->atom("_NET_ACTIVE_WINDOW"));
   EXPECT_EQ(message->window, high);
   EXPECT_EQ(message->format, 32);
   EXPECT_EQ(message->data.data32[0], 2u);  // source: a pager, which window managers obey
