@@ -24,6 +24,9 @@ struct resp_work {
   // The button node's flags word; 0x10 is set when the target dictionary
   // holds user data after a write, and cleared otherwise.
   uint32_t* pref_flags = nullptr;
+  // How many menus enclose the response being converted; menus nest only so
+  // deep, so no input can exhaust the stack.
+  uint8_t menu_depth = 0;
 };
 
 // Adds the response that `user` describes, key by key falling back to

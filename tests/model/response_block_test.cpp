@@ -8,9 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,26 +15,14 @@
 #include "model/builtin_actlists.h"
 #include "model/response_block.h"
 #include "model/response_printer.h"
+#include "tests/support/golden_files.h"
 
 namespace cx {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-std::string data_path(const std::string& name) {
-  return std::string(std::getenv("CX_TEST_DATA")) + "/" + name;
-}
-
-Bytes read_hex(const std::string& name) {
-  std::ifstream in(data_path(name));
-  Bytes bytes;
-  for (std::string line; std::getline(in, line);) {
-    std::istringstream words(line.substr(0, line.find('#')));
-    for (std::string word; words >> word;)
-      bytes.push_back(static_cast<uint8_t>(std::stoul(word, 0, 16)));
-  }
-  return bytes;
-}
+using test::data_path;
+using test::read_hex;
 
 TEST(ResponseBlock, BuildersMatchGoldenBytes) {
   const struct {
@@ -90,8 +75,7 @@ TEST(ResponsePrinter, GoldenTexts) {
     SCOPED_TRACE(name);
     ++pairs;
     const Bytes in = read_hex("printer/" + name + ".hex");
-    std::ifstream txt(data_path("printer/" + name + ".txt"));
-    const std::string expected((std::istreambuf_iterator<char>(txt)), {});
+    const std::string expected = test::read_text("printer/" + name + ".txt");
     char* text = nullptr;
     size_t size = 0;
     FILE* out = open_memstream(&text, &size);
