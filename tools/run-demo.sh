@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 tools/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev -j "$(nproc)" --target corvex-background corvex-driverd \
-  corvex-driverctl corvexctl corvex-desktopctl corvex-showcase cx_resources
+  corvex-driverctl corvexctl corvex-desktopctl cx_resources
 
 bin=build/dev
 work=$(mktemp -d)
@@ -81,7 +81,8 @@ echo "corvexctl status: $("$cp" status)"
 
 echo
 echo "== The control panel binds button 3 to a URL and button 4 to a text"
-"$bin/tools/showcase/corvex-showcase" bind "https://www.example.org/corvex" "Kind regards,"
+"$cp" bind B4Button LaunchURL "https://www.example.org/corvex"
+"$cp" bind ChordButton PasteText "Kind regards,"
 
 echo
 echo "== The user brings TextEdit to the front, then Safari, then TextEdit again"
