@@ -1,24 +1,152 @@
 #include "prefs/pref_files.h"
 
+#include <cstdio>
+
+#include "agent/agent_state.h"
 #include "diag/diag_writers.h"
+#include "platform/preferences.h"
+#include "prefs/pref_domain.h"
+#include "prefs/pref_schema.h"
+#include "prefs/pref_tree.h"
 
 namespace cx {
 
 pref_tree_ref pref_data;
 
+namespace {
+
+constexpr uint32_t kTraceLevel = 0x1ffff;
+constexpr char kOldVersion[] = "3.0.0";
+
+std::string version_of(const plist::Dictionary* dict, const char* fallback) {
+  const auto* v = dict ? plist::as<plist::String>(dict->get("PrefVersion")) : nullptr;
+  return v ? v->text() : fallback;
+}
+
+void move_key(plist::Dictionary* dict, const char* from, const char* to) {
+  if (plist::ValueRef v = dict->get(from)) {
+    dict->set(to, v);
+    dict->remove(from);
+  }
+}
+
+// A restore reads with user values ignored, which leaves the nodes without
+// them; reading the subtree again into the tree alone gives them back, so
+// that the next save compares the restored driver with what the user has.
+void refresh_tree_only(PrefNode* node, pref_node_fn read) {
+  pref_item_info* info = get_object_info(node);
+  info->flags = pref_flag::tree_only;
+  read(node);
+  info->flags &= ~pref_flag::tree_only;
+}
+
+}  // namespace
+
 pref_tree_ref load_user_preferences() {
-  diag_note_unavailable("load_user_preferences");
+  pref_data = create_pref_tree();
+  diag_line("Reading Preference file", kTraceLevel);
+  // Importing an older binary preference file belongs here, once it exists:
+  // without a user dictionary the defaults alone are applied.
+  read_plist_prefs(&pref_data);
+  active_app_sig = 0;
   return pref_data;
 }
 
-int write_plist_prefs(pref_tree_ref*) {
-  diag_note_unavailable("write_plist_prefs");
-  return 0;
+std::shared_ptr<plist::Dictionary> get_user_plist(const std::string& root_key) {
+  plist::ValueRef value = platform::copy_preference_value(
+      root_key, kPrefDomain, platform::PrefUser::Current, platform::PrefHost::Any);
+  if (!value) return nullptr;
+  if (!plist::as<plist::Dictionary>(value)) {
+    std::fprintf(stderr, "Corvex Background: user preference \"%s\" is not a dictionary; ignored\n",
+                 root_key.c_str());
+    return nullptr;
+  }
+  return std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(value.get()));
 }
 
-int retore_default_prefs(pref_tree_ref*, uint32_t) {
-  diag_note_unavailable("retore_default_prefs");
-  return 0;
+void reconcile_old_user_plist(std::shared_ptr<plist::Dictionary>* user,
+                              const std::string& version) {
+  if (version != kOldVersion || !user || !*user) return;
+  auto* system = plist::as<plist::Dictionary>((*user)->get("SystemWideData"));
+  if (!system) return;
+  auto* levels = plist::as<plist::Dictionary>(system->get("AccelerationData"));
+  if (levels) {
+    if (plist::ValueRef enhanced = levels->get("EnhAccelLevel")) {
+      for (const char* key : {"Tball2AccelLevel", "Mouse4AccelLevel", "Tball4AccelLevel",
+                              "Mouse8AccelLevel", "Tball8AccelLevel"})
+        levels->set(key, enhanced);
+      for (const char* key : {"NormAccelLevel", "EnhAccelLevel", "OtherAccelLevel"})
+        levels->remove(key);
+    }
+  }
+  auto* tables = plist::as<plist::Dictionary>(system->get("AccelerationTableData"));
+  if (!tables) return;
+  // The pairing of old and new tables is deliberate.
+  move_key(tables, "NormAccelTable", "Mouse4AccelTable");
+  move_key(tables, "EnhAccelTable", "Tball2AccelTable");
+  move_key(tables, "OtherAccelTable", "Tball4AccelTable");
+}
+
+void read_plist_prefs(pref_tree_ref* root) {
+  if (!root || !*root) return;
+  pref_item_info* info = get_object_info(root->get());
+  const auto defaults = get_default_plist();
+  if (!defaults) {
+    std::fprintf(stderr, " CX Background: Default plist not found\n");
+    return;
+  }
+  info->default_value = defaults->get(kPrefRootKey);
+  const auto* default_root = plist::as<plist::Dictionary>(info->default_value);
+  if (!default_root) info->default_value.reset();
+  const std::string default_version = version_of(default_root, "");
+  auto user = get_user_plist(kPrefRootKey);
+  if (user) {
+    info->flags |= pref_flag::user_present;
+    const std::string user_version = version_of(user.get(), kOldVersion);
+    if (user_version != default_version) reconcile_old_user_plist(&user, user_version);
+  } else {
+    info->flags &= ~pref_flag::user_present;
+  }
+  info->user_value = user;
+  info->read_fn(root->get());
+}
+
+int write_plist_prefs(pref_tree_ref* root) {
+  if (!root || !*root) return 0;
+  if (!backup_pref_file(kPrefFileName, kPrefBackupName, 0))
+    std::fprintf(stderr, "Unsuccessful at backing up plist preference file.\n");
+  get_object_info(root->get())->write_fn(root->get());
+  return 1;
+}
+
+int retore_default_prefs(pref_tree_ref* root, uint32_t selector) {
+  if (!root || !*root) return 0;
+  restoring_defaults = 1;
+  int result = 0;
+  PrefNode* refreshed[2] = {};
+  if (selector == 1) {
+    if (PrefNode* buttons = get_tree_ref(root->get(), "ButtonData")) {
+      // The buttons come from the defaults' first application set; a save
+      // reads the buttons' user values again itself.
+      get_object_info(buttons->parent())->default_index = 0;
+      read_buttons_data(buttons);
+      result = 1;
+    }
+  } else if (selector == 2) {
+    if (PrefNode* levels = get_tree_ref(root->get(), "AccelerationData")) {
+      read_accel_data(levels);
+      refreshed[0] = levels;
+    }
+    if (PrefNode* tables = get_tree_ref(root->get(), "AccelerationTableData")) {
+      read_acctable_data(tables);
+      refreshed[1] = tables;
+      result = 1;
+    }
+  }
+  restoring_defaults = 0;
+  for (PrefNode* node : refreshed)
+    if (node) refresh_tree_only(node, get_object_info(node)->read_fn);
+  return result;
 }
 
 }  // namespace cx

@@ -18,8 +18,8 @@ void store_active_user(std::span<uint8_t> record, ActiveUser user) {
 }
 
 int16_t write_active_user(std::span<uint8_t> record, uint32_t peer_uid,
-                          std::span<const uint8_t> data, bool& announce) {
-  announce = false;
+                          std::span<const uint8_t> data, bool& claimed) {
+  claimed = false;
   if (data.size() != 8) return kBadRequest;
   const ActiveUser claim = read_active_user(data);
   if (claim.state != kUserActive && claim.state != kUserCleared) return kBadRequest;
@@ -32,7 +32,7 @@ int16_t write_active_user(std::span<uint8_t> record, uint32_t peer_uid,
     return kDone;
   }
   store_active_user(record, claim);
-  announce = claim.state == kUserActive;
+  claimed = claim.state == kUserActive;
   return kDone;
 }
 

@@ -27,9 +27,9 @@ ActiveUser read_active_user(std::span<const uint8_t> record);
 void store_active_user(std::span<uint8_t> record, ActiveUser user);
 
 // A client's write of the record. kDone, kBadRequest or kPermission;
-// `announce` is set when the write made a user active.
+// `claimed` is set when the write made (or kept) a user active.
 int16_t write_active_user(std::span<uint8_t> record, uint32_t peer_uid,
-                          std::span<const uint8_t> data, bool& announce);
+                          std::span<const uint8_t> data, bool& claimed);
 
 // Whether the peer may read or change the settings: nobody is active, the
 // placeholder is, or the peer is the active user or root.

@@ -18,6 +18,7 @@
 #include "refdriver/driver_sink.h"
 #include "refdriver/driver_state.h"
 #include "refdriver/event_codes.h"
+#include "refdriver/logind_sessions.h"
 #include "refdriver/request_handler.h"
 #include "refdriver/simulator.h"
 #include "refdriver/transport_server.h"
@@ -139,7 +140,8 @@ int main(int argc, char** argv) {
   state.devices.interface_version = static_cast<uint16_t>(options.interface_version);
   state.devices.interface_revision = static_cast<uint8_t>(options.interface_revision);
   DaemonSink sink;
-  RequestHandler handler(state, sink, options.verbose);
+  LogindSessions sessions;
+  RequestHandler handler(state, sink, options.verbose, &sessions);
   Simulator simulator(state, sink);
   ControlHandler control(simulator, state);
 

@@ -59,8 +59,14 @@ const std::array<RequestHandler::Method, request::count> RequestHandler::kMethod
     &RequestHandler::SetAbsoluteMouse,
 };
 
-RequestHandler::RequestHandler(DriverState& state, DriverSink& sink, bool verbose)
-    : state_(state), sink_(sink), runner_(state, sink), verbose_(verbose) {}
+RequestHandler::RequestHandler(DriverState& state, DriverSink& sink, bool verbose,
+                               ConsoleSessions* sessions)
+    : state_(state),
+      sink_(sink),
+      posts_(sink, state),
+      runner_(state, posts_),
+      verbose_(verbose),
+      sessions_(sessions) {}
 
 int64_t RequestHandler::transfer(const ClientPeer& peer, std::span<const uint8_t> request,
                                  std::span<uint8_t> reply) {
@@ -92,6 +98,7 @@ int64_t RequestHandler::transfer(const ClientPeer& peer, std::span<const uint8_t
 RequestHandler::Reply RequestHandler::dispatch(const ClientPeer& peer, uint32_t code,
                                                std::span<const uint8_t> params) {
   Reply r;
+  posts_.caused_by(peer.uid);
   if (code >= kMethods.size()) {
     r = status(kUnimplemented);
   } else if (!serves_peer(state_.global_record(kActiveUserIndex), peer.uid) &&
@@ -124,6 +131,7 @@ platform::kern_return_t RequestHandler::adb_method(const ClientPeer& peer, uint3
 }
 
 void RequestHandler::closed(const ClientPeer& peer) {
+  std::erase(told_active_, peer.connection);
   if (state_.control_panel_holder == peer.connection) {
     state_.control_panel_holder = 0;
     state_.apps.select_global();

@@ -11,8 +11,10 @@
 
 #include "refdriver/action_runner.h"
 #include "refdriver/byte_reader.h"
+#include "refdriver/console_sessions.h"
 #include "refdriver/driver_sink.h"
 #include "refdriver/driver_state.h"
+#include "refdriver/post_limiter.h"
 #include "refdriver/request_codes.h"
 #include "refdriver/response_run.h"
 #include "refdriver/transport_handler.h"
@@ -21,7 +23,10 @@ namespace cx::refdriver {
 
 class RequestHandler : public TransportHandler {
  public:
-  RequestHandler(DriverState& state, DriverSink& sink, bool verbose = false);
+  // `sessions` decides which clients may make their user active; without it
+  // (or when it cannot tell) a client may claim its own uid.
+  RequestHandler(DriverState& state, DriverSink& sink, bool verbose = false,
+                 ConsoleSessions* sessions = nullptr);
 
   // Transfer-block exchange (selector 4): the request block at the start of
   // `request`, the reply block written at the start of `reply` when it fits
@@ -64,6 +69,10 @@ class RequestHandler : public TransportHandler {
   Reply dispatch(const ClientPeer& peer, uint32_t code, std::span<const uint8_t> params);
   static Reply status(int16_t s) { return Reply{s, {}, false}; }
   Reply access_record(const ClientPeer& peer, ByteReader& in, bool global);
+  // A write of the active-user record.
+  int16_t claim_active_user(const ClientPeer& peer, std::span<const uint8_t> data);
+  // Whether the peer's process may make a user active.
+  bool at_console(const ClientPeer& peer, std::span<const uint8_t> data);
 
   Reply InitializeDriver(const ClientPeer&, ByteReader&);
   Reply CXAccessData(const ClientPeer&, ByteReader&);
@@ -111,8 +120,13 @@ class RequestHandler : public TransportHandler {
 
   DriverState& state_;
   DriverSink& sink_;
+  PostLimiter posts_;  // every message a request causes goes through it
   ActionRunner runner_;
   bool verbose_;
+  ConsoleSessions* sessions_;
+  bool said_unreachable_ = false;
+  // The connections that have been told of the current active user.
+  std::vector<uint64_t> told_active_;
   std::vector<uint8_t> snapshot_;  // the request, copied out of shared memory
   // Scratch kept between requests so that large runs allocate once.
   std::vector<ParsedResponse> parsed_;

@@ -60,26 +60,14 @@ RequestHandler::Reply RequestHandler::access_record(const ClientPeer& peer, Byte
     return r;
   }
   if (!global) return status(store.write(index, data));
-  if (index == kActiveUserIndex) {
-    bool announce = false;
-    const int16_t s =
-        write_active_user(state_.global_record(kActiveUserIndex), peer.uid, data, announce);
-    if (announce) {
-      const uint32_t uid = read_active_user(state_.global_record(kActiveUserIndex)).uid;
-      char line[64];
-      std::snprintf(line, sizeof line, "active user: uid %u", uid);
-      sink_.log(line);
-      sink_.notify(event_code::user_active, uid);
-    }
-    return status(s);
-  }
+  if (index == kActiveUserIndex) return status(claim_active_user(peer, data));
   if (index == kLowBatteryIndex) {
     if (!valid_low_battery_table(data)) return status(kBadRequest);
     state_.globals.write(index, data);
     if (state_.low_battery.answer(state_.global_record(kLowBatteryIndex), state_.now(),
                                   state_.low_battery_interval)) {
       sink_.log("low battery: alert due");
-      sink_.notify(event_code::low_battery_alert, 0);
+      posts_.notify(event_code::low_battery_alert, 0);
     }
     return status(kDone);
   }

@@ -6,8 +6,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 namespace cx::refdriver {
 namespace {
@@ -64,9 +66,13 @@ struct TransportServer::Client {
   UniqueFd out_fd;  // to pass with the first unsent byte
   bool close_after_flush = false;
   bool closed = false;
+  // Since when an unfinished request (frame or line) has sat unanswered.
+  std::optional<Clock::time_point> waiting_since;
+  bool may_have_frame = false;  // received bytes not yet cut into frames
 
   bool pending() const { return out_at < out.size(); }
   bool is_interest() const { return session && session->is_interest(); }
+  bool holds_request_bytes() const { return frames.has_bytes() || !line_in.empty(); }
 };
 
 TransportServer::TransportServer(std::string directory, TransportHandler& handler,
@@ -173,7 +179,13 @@ void TransportServer::poll_once(int timeout_ms) {
     if (client->is_interest()) events |= POLLIN;
     poll_fds_.push_back({client->fd.get(), events, 0});
   }
-  if (poll(poll_fds_.data(), poll_fds_.size(), timeout_ms) <= 0) return;
+  // Requests already received are served in turns without waiting.
+  const bool turn_waits = std::any_of(clients_.begin(), clients_.end(), [](const auto& c) {
+    return c->may_have_frame && !c->pending() && !c->closed;
+  });
+  timeout_ms = turn_waits ? 0 : until_stall(timeout_ms);
+  const int ready = poll(poll_fds_.data(), poll_fds_.size(), timeout_ms);
+  if (ready < 0) return;
 
   if (poll_fds_[0].revents) {
     uint64_t count = 0;
@@ -192,10 +204,46 @@ void TransportServer::poll_once(int timeout_ms) {
     if (revents & POLLOUT) flush(client);
     if (!client.closed && (revents & POLLIN)) receive(client);
   }
+  // One request per connection per turn, so that one client's burst cannot
+  // hold the others' requests back.
+  for (std::size_t i = 0; i < client_count; ++i) {
+    if (clients_[i]->session) serve_one(*clients_[i]);
+  }
+  close_stalled();
   // Closed clients go first so that they do not count against the limit.
   remove_closed();
   for (std::size_t i = 0; i < listeners_.size(); ++i) {
     if (poll_fds_[1 + i].revents & POLLIN) accept_clients(*listeners_[i]);
+  }
+}
+
+int TransportServer::until_stall(int timeout_ms) const {
+  const Clock::time_point now = Clock::now();
+  for (const auto& client : clients_) {
+    if (!client->waiting_since) continue;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+        *client->waiting_since + std::chrono::milliseconds(context_.limits.stalled_ms) - now);
+    const int ms = static_cast<int>(std::max<int64_t>(0, left.count()));
+    if (timeout_ms < 0 || ms < timeout_ms) timeout_ms = ms;
+  }
+  return timeout_ms;
+}
+
+void TransportServer::close_stalled() {
+  const Clock::time_point now = Clock::now();
+  for (const auto& client : clients_) {
+    if (client->waiting_since &&
+        now - *client->waiting_since >= std::chrono::milliseconds(context_.limits.stalled_ms)) {
+      client->closed = true;
+    }
+  }
+}
+
+void TransportServer::note_waiting(Client& client, bool answered) {
+  if (!client.holds_request_bytes()) {
+    client.waiting_since.reset();
+  } else if (answered || !client.waiting_since) {
+    client.waiting_since = Clock::now();
   }
 }
 
@@ -221,6 +269,9 @@ void TransportServer::accept_clients(Listener& listener) {
     ucred cred{};
     socklen_t size = sizeof cred;
     if (getsockopt(fd.get(), SOL_SOCKET, SO_PEERCRED, &cred, &size) != 0) continue;
+    const auto same_uid = std::count_if(clients_.begin(), clients_.end(),
+                                        [&](const auto& c) { return c->peer.uid == cred.uid; });
+    if (static_cast<std::size_t>(same_uid) >= context_.limits.max_clients_per_uid) continue;
     auto client = std::make_unique<Client>();
     client->fd = std::move(fd);
     client->peer = {++last_connection_, cred.uid, cred.pid};
@@ -257,29 +308,35 @@ void TransportServer::receive_frames(Client& client) {
     return;
   }
   client.frames.commit(static_cast<std::size_t>(n));
-  handle_frames(client);
+  client.may_have_frame = true;
+  note_waiting(client, false);
 }
 
-void TransportServer::handle_frames(Client& client) {
+void TransportServer::serve_one(Client& client) {
+  if (client.closed || client.close_after_flush || client.pending() || !client.may_have_frame) {
+    return;
+  }
+  std::span<const uint8_t> frame;
+  const uc::FrameAssembler::Result r = client.frames.next(frame);
+  if (r == uc::FrameAssembler::Result::NeedMore) {
+    client.may_have_frame = false;
+    return;
+  }
+  if (r == uc::FrameAssembler::Result::Malformed) {
+    client.closed = true;
+    return;
+  }
   Reply reply;
-  while (!client.closed && !client.close_after_flush && !client.pending()) {
-    std::span<const uint8_t> frame;
-    const uc::FrameAssembler::Result r = client.frames.next(frame);
-    if (r == uc::FrameAssembler::Result::NeedMore) return;
-    if (r == uc::FrameAssembler::Result::Malformed) {
-      client.closed = true;
-      return;
-    }
-    const UcSession::Verdict verdict = client.session->handle(frame, reply);
-    if (verdict == UcSession::Verdict::Close) {
-      client.closed = true;
-      return;
-    }
-    if (reply.length > 0) send(client, reply.bytes.data(), reply.length, reply.fd);
-    if (verdict == UcSession::Verdict::CloseAfterReply) {
-      client.close_after_flush = true;
-      client.closed = client.closed || !client.pending();
-    }
+  const UcSession::Verdict verdict = client.session->handle(frame, reply);
+  if (verdict == UcSession::Verdict::Close) {
+    client.closed = true;
+    return;
+  }
+  if (reply.length > 0) send(client, reply.bytes.data(), reply.length, reply.fd);
+  note_waiting(client, true);
+  if (verdict == UcSession::Verdict::CloseAfterReply) {
+    client.close_after_flush = true;
+    client.closed = client.closed || !client.pending();
   }
 }
 
@@ -298,6 +355,7 @@ void TransportServer::receive_lines(Client& client) {
     return;
   }
   client.line_in.append(buffer, static_cast<std::size_t>(n));
+  note_waiting(client, false);
   handle_lines(client);
 }
 
@@ -307,6 +365,7 @@ void TransportServer::handle_lines(Client& client) {
     if (end == std::string::npos) break;
     const std::string text = client.line_in.substr(0, end);
     client.line_in.erase(0, end + 1);
+    note_waiting(client, true);
     const std::string answer = client.lines->line(client.peer, text);
     if (answer.size() > kMaxLineBacklog) {
       client.closed = true;
@@ -362,9 +421,7 @@ void TransportServer::flush(Client& client) {
   client.out_at = 0;
   if (client.close_after_flush) {
     client.closed = true;
-  } else if (client.session) {
-    handle_frames(client);
-  } else {
+  } else if (!client.session) {
     handle_lines(client);
   }
 }

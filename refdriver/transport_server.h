@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -65,6 +66,7 @@ class TransportServer {
  private:
   struct Listener;
   struct Client;
+  using Clock = std::chrono::steady_clock;
 
   TransportServer(std::string directory, TransportHandler& handler, TransportLimits limits,
                   UniqueFd wake);
@@ -74,11 +76,17 @@ class TransportServer {
   void receive(Client& client);
   void receive_frames(Client& client);
   void receive_lines(Client& client);
-  void handle_frames(Client& client);
+  // Answers the next whole frame the client has sent, if any.
+  void serve_one(Client& client);
   void handle_lines(Client& client);
   void send(Client& client, const uint8_t* data, std::size_t length, int fd);
   void flush(Client& client);
   void remove_closed();
+  // The poll time-out that wakes the loop when the first client stalls.
+  int until_stall(int timeout_ms) const;
+  void close_stalled();
+  // After bytes came in or a request was answered.
+  void note_waiting(Client& client, bool answered);
 
   std::string directory_;
   SessionContext context_;

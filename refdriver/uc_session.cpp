@@ -30,6 +30,18 @@ bool counts_are(const uc::ScalarCall& call, uint32_t n_in, uint32_t n_out) {
 
 }  // namespace
 
+UcSession::~UcSession() {
+  refund(buffer_bytes_);
+}
+
+void UcSession::refund(std::size_t bytes) {
+  buffer_bytes_ -= bytes;
+  const auto it = context_.buffer_bytes_by_uid.find(peer_.uid);
+  if (it == context_.buffer_bytes_by_uid.end()) return;
+  it->second -= bytes;
+  if (it->second == 0) context_.buffer_bytes_by_uid.erase(it);
+}
+
 UcSession::Verdict UcSession::handle(std::span<const uint8_t> frame, Reply& reply) {
   reply.length = 0;
   reply.fd = -1;
@@ -148,8 +160,11 @@ kern_return_t UcSession::create_buffer(int64_t size, std::optional<int64_t>& mem
   constexpr auto kGranule = static_cast<int64_t>(TransportLimits::kBufferGranule);
   if (size <= 0 || size % kGranule != 0 || size > kMaxSize) return kIOReturnBadArgument;
   const auto bytes = static_cast<std::size_t>(size);
+  const auto uid_bytes = context_.buffer_bytes_by_uid.find(peer_.uid);
+  const std::size_t held = uid_bytes == context_.buffer_bytes_by_uid.end() ? 0 : uid_bytes->second;
   if (buffers_.size() >= context_.limits.max_buffers ||
-      buffer_bytes_ + bytes > context_.limits.max_buffer_bytes) {
+      buffer_bytes_ + bytes > context_.limits.max_buffer_bytes ||
+      held + bytes > context_.limits.max_buffer_bytes_per_uid) {
     return kIOReturnNoMemory;
   }
   std::unique_ptr<SharedBuffer> buffer = SharedBuffer::create(bytes);
@@ -160,6 +175,7 @@ kern_return_t UcSession::create_buffer(int64_t size, std::optional<int64_t>& mem
   } while (type == 0 || find(type));
   buffers_.emplace_back(type, std::move(buffer));
   buffer_bytes_ += bytes;
+  context_.buffer_bytes_by_uid[peer_.uid] += bytes;
   memory_type = type;
   return kIOReturnSuccess;
 }
@@ -169,7 +185,7 @@ kern_return_t UcSession::release_buffer(int64_t memory_type, std::optional<int64
     return static_cast<int64_t>(entry.first) == memory_type;
   });
   if (it == buffers_.end()) return kIOReturnBadArgument;
-  buffer_bytes_ -= it->second->bytes().size();
+  refund(it->second->bytes().size());
   buffers_.erase(it);
   out = memory_type;
   return kIOReturnSuccess;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -20,11 +21,16 @@ namespace cx::refdriver {
 
 enum class ServiceKind { MouseDriver, AdbMouse };
 
+// Any local user may connect: what one uid may hold is bounded so that it
+// cannot lock the others out.
 struct TransportLimits {
-  std::size_t max_clients = 64;
-  std::size_t max_buffers = 8;                 // per user-client connection
-  std::size_t max_buffer_bytes = 32u << 20;    // per user-client connection
-  std::size_t max_notify_backlog = 64u << 10;  // unsent bytes per notification client
+  std::size_t max_clients = 256;
+  std::size_t max_clients_per_uid = 16;
+  std::size_t max_buffers = 8;                       // per user-client connection
+  std::size_t max_buffer_bytes = 32u << 20;          // per user-client connection
+  std::size_t max_buffer_bytes_per_uid = 64u << 20;  // over all its connections
+  std::size_t max_notify_backlog = 64u << 10;        // unsent bytes per notification client
+  int stalled_ms = 5000;  // the longest a connection may sit on an unfinished request
   static constexpr std::size_t kMaxBufferSize = 16u << 20;
   static constexpr std::size_t kBufferGranule = 0x10000;
 };
@@ -34,6 +40,7 @@ struct SessionContext {
   TransportHandler& handler;
   TransportLimits limits;
   uint32_t last_memory_type = 0;  // memory types are unique across connections
+  std::unordered_map<uint32_t, std::size_t> buffer_bytes_by_uid{};
 };
 
 // At most one reply frame; `fd` (MAP_MEMORY) belongs to the session and stays
@@ -50,6 +57,9 @@ class UcSession {
 
   UcSession(SessionContext& context, ServiceKind kind, uint32_t instance, const ClientPeer& peer)
       : context_(context), kind_(kind), instance_(instance), peer_(peer) {}
+  ~UcSession();
+  UcSession(const UcSession&) = delete;
+  UcSession& operator=(const UcSession&) = delete;
 
   // One whole frame (its header's length is frame.size(), within 8..65536).
   Verdict handle(std::span<const uint8_t> frame, Reply& reply);
@@ -72,6 +82,7 @@ class UcSession {
   platform::kern_return_t release_buffer(int64_t memory_type, std::optional<int64_t>& out);
   platform::kern_return_t exchange(const uc::ScalarCall& call, std::optional<int64_t>& out);
   SharedBuffer* find(int64_t memory_type);
+  void refund(std::size_t bytes);
 
   SessionContext& context_;
   ServiceKind kind_;

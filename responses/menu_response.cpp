@@ -17,9 +17,10 @@ namespace {
 // Deeper menus than any control panel makes.
 constexpr uint8_t kMaxMenuDepth = 8;
 
-bool too_deep(const resp_work& work) {
+// Reports `message` when the menu would nest too deep.
+bool too_deep(const resp_work& work, const char* message) {
   if (work.menu_depth < kMaxMenuDepth) return false;
-  std::fprintf(stderr, "Corvex Background: Invalid Menu Response - menus nested too deep\n");
+  std::fputs(message, stderr);
   return true;
 }
 
@@ -50,7 +51,7 @@ void build_menu_response(resp_work* work, const plist::Value* value) {
     std::fprintf(stderr, "Corvex Background: Invalid Menu Response - Not a CFArray\n");
     return;
   }
-  if (too_deep(*work)) return;
+  if (too_deep(*work, "Corvex Background: Invalid Menu Response - Nested too deep\n")) return;
   // A menu whose entries cannot all be read would not match its count.
   for (const auto& entry : entries->items()) {
     if (!plist::as<plist::Dictionary>(entry)) {
@@ -79,7 +80,9 @@ bool is_menu_response(resp_work work) {
 
 plist::ValueRef make_menu_pref(resp_work* work) {
   resp_block_view view;
-  if (!take_resp_block(work, &view) || view.action_count == 0 || too_deep(*work)) return nullptr;
+  if (!take_resp_block(work, &view) || view.action_count == 0 ||
+      too_deep(*work, "Corvex Background: Cannot make menu prefs - nested too deep"))
+    return nullptr;
   const uint16_t count = view.item(0).ch12;
   auto entries = plist::make_array();
   MenuScope scope(work);

@@ -27,10 +27,9 @@ bool view_resp_block(const resp_work& work, resp_block_view* view) {
 
 void skip_resp_block(resp_work* work) {
   if (!work->read_pos || work->remaining <= 0) return;
-  const uint32_t length = CXTransferBlockLength(work->read_pos);
   const auto remaining = static_cast<uint32_t>(work->remaining);
-  const bool whole = work->remaining >= 4 && length >= kTransferOverhead && length <= remaining;
-  const uint32_t step = whole ? length : remaining;
+  const uint32_t length = remaining >= 4 ? CXTransferBlockLength(work->read_pos) : 0;
+  const uint32_t step = length >= kTransferOverhead && length <= remaining ? length : remaining;
   work->read_pos += step;
   work->remaining -= static_cast<int32_t>(step);
 }

@@ -31,7 +31,9 @@ struct resp_work {
 
 // Adds the response that `user` describes, key by key falling back to
 // `defaults` (may be null), as a response block to work->transfer. The
-// header's button bytes and menu index must be set by the caller.
+// header's button bytes and menu index must be set by the caller. A block
+// that does not fit still counts, so the transfer block ends larger than its
+// buffer: grow the buffer and read again.
 void get_resp_data(resp_work* work, const plist::Dictionary* user,
                    const plist::Dictionary* defaults);
 

@@ -22,6 +22,7 @@
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
+#include "tests/support/agent_link.h"
 #include "tests/support/reference_driver.h"
 
 namespace {
@@ -29,18 +30,11 @@ namespace {
 // The reference driver and an agent connected to it, for one benchmark.
 class ConnectedAgent {
  public:
-  ConnectedAgent() : service_(cx::platform::make_socket_user_client_service(driver_.dir())) {
-    cx::platform::set_user_client_service(service_.get());
-  }
-  ~ConnectedAgent() {
-    cx::DisconnectFromDriver();
-    cx::platform::set_user_client_service(nullptr);
-  }
   bool connected() const { return driver_.running() && cx::ConnectToDriver() == 1; }
 
  private:
   cx::test::ReferenceDriver driver_;
-  std::unique_ptr<cx::platform::UserClientService> service_;
+  cx::test::AgentLink link_{driver_.dir()};
 };
 
 void BM_GetActionListSize(benchmark::State& state) {

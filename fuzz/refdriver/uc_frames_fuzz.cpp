@@ -42,16 +42,8 @@ void check_reply(const refdriver::Reply& reply) {
   }
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  Handler handler;
-  refdriver::SessionContext context{handler, {}};
-  const auto kind =
-      data[0] & 1 ? refdriver::ServiceKind::AdbMouse : refdriver::ServiceKind::MouseDriver;
-  const std::size_t piece = (data[0] >> 1) + 1u;
-  refdriver::UcSession session(context, kind, 1, {1, 501, 100});
+// Feeds the stream until it ends or the session closes.
+void feed(refdriver::UcSession& session, const uint8_t* data, std::size_t size, std::size_t piece) {
   uc::FrameAssembler frames(uc::kMaxFrame, uc::kMaxFrame);
   refdriver::Reply reply;
   for (std::size_t at = 1; at < size;) {
@@ -64,11 +56,27 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     for (;;) {
       const uc::FrameAssembler::Result r = frames.next(frame);
       if (r == uc::FrameAssembler::Result::NeedMore) break;
-      if (r == uc::FrameAssembler::Result::Malformed) return 0;
+      if (r == uc::FrameAssembler::Result::Malformed) return;
       const refdriver::UcSession::Verdict v = session.handle(frame, reply);
       check_reply(reply);
-      if (v != refdriver::UcSession::Verdict::Continue) return 0;
+      if (v != refdriver::UcSession::Verdict::Continue) return;
     }
   }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  Handler handler;
+  refdriver::SessionContext context{handler, {}};
+  const auto kind =
+      data[0] & 1 ? refdriver::ServiceKind::AdbMouse : refdriver::ServiceKind::MouseDriver;
+  {
+    refdriver::UcSession session(context, kind, 1, {1, 501, 100});
+    feed(session, data, size, (data[0] >> 1) + 1u);
+  }
+  // A closed connection gives back every byte its uid was charged.
+  if (!context.buffer_bytes_by_uid.empty()) std::abort();
   return 0;
 }

@@ -129,7 +129,8 @@ TEST_F(SessionTest, DeactivationSavesOnlyWhenTheControlPanelAnswersOne) {
 TEST_F(SessionTest, OffConsoleOnlyWithdrawsItsOwnUser) {
   user_session_active = 0;
   set_active_uid(true);
-  handle_UID_event(15, 1);  // the console changed hands: not for this agent
+  handle_UID_event(15, 1);    // the console changed hands: not for this agent
+  handle_UID_event(14, 501);  // another user's code
   EXPECT_EQ(active_user().state, 2);
   handle_UID_event(14, 1);
   EXPECT_EQ(active_user().state, 1);

@@ -15,6 +15,7 @@
 #include "driver/driver_connection.h"
 #include "model/act_item.h"
 #include "platform/linux/user_client_socket.h"
+#include "tests/support/agent_link.h"
 #include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
 
@@ -77,18 +78,12 @@ class CXAEMgrTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(driver_.running()) << driver_.error();
-    platform::set_user_client_service(service_.get());
     reset_agent_state();
   }
-  void TearDown() override {
-    DisconnectFromDriver();
-    platform::set_user_client_service(nullptr);
-    reset_agent_state();
-  }
+  void TearDown() override { reset_agent_state(); }
 
   ReferenceDriver driver_;
-  std::unique_ptr<platform::UserClientService> service_ =
-      platform::make_socket_user_client_service(driver_.dir());
+  AgentLink link_{driver_.dir()};
 };
 
 TEST_F(CXAEMgrTest, BoundHandlersReply) {

@@ -75,7 +75,11 @@ TEST_F(DiagLogTest, LineSplittingEndsEveryLineInCrLf) {
                {"\nb", "\r\nb\r\n"},
                {"a\n", "a\r\n"},
                {long_text, long_text.substr(0, 1024) + "\r\n" + long_text.substr(1024, 1024) +
-                               "\r\n" + long_text.substr(2048) + "\r\n"}};
+                               "\r\n" + long_text.substr(2048) + "\r\n"},
+               // Exact multiples of the line size: no empty line after a full one.
+               {long_text.substr(0, 2048),
+                long_text.substr(0, 1024) + "\r\n" + long_text.substr(1024, 1024) + "\r\n"},
+               {long_text.substr(0, 1024) + "\nb", long_text.substr(0, 1024) + "\r\nb\r\n"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.text.substr(0, 10)));
     use_log(0);

@@ -11,6 +11,7 @@
 #include "driver/device_descriptor.h"
 #include "driver/device_table.h"
 #include "plist/plist_io.h"
+#include "tests/support/golden.h"
 #include "util/byte_order.h"
 
 namespace cx::test {
@@ -48,9 +49,7 @@ uint32_t id_at(const device_table_block& block, size_t i) {
 class DeviceBundleTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::string main =
-        std::string(std::getenv("CX_TEST_DATA")) + "/devices/Corvex Background";
-    setenv("CORVEX_BUNDLE", main.c_str(), 1);
+    setenv("CORVEX_BUNDLE", test::data_path("devices/Corvex Background").c_str(), 1);
     bundle = dirt_bundle_create();
     ASSERT_TRUE(bundle);
   }

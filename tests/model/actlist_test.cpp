@@ -2,11 +2,7 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
-#include <map>
 #include <span>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +15,7 @@
 #include "model/actlist_wire.h"
 #include "model/builtin_actlists.h"
 #include "model/flattened_data.h"
+#include "tests/support/golden.h"
 
 namespace cx {
 namespace {
@@ -45,25 +42,8 @@ TEST(ActItem, WireFormStoresCh12LowByteFirst) {
   EXPECT_EQ(decode_act_item(wire.data()).link, nullptr) << "receivers relink";
 }
 
-// data/builtin_actlists.txt: "name: hex bytes", '#' starts a comment line.
-std::map<std::string, Bytes> golden_actlists() {
-  std::ifstream in(std::string(std::getenv("CX_TEST_DATA")) + "/builtin_actlists.txt");
-  std::map<std::string, Bytes> lists;
-  for (std::string line; std::getline(in, line);) {
-    const auto colon = line.find(':');
-    if (line.empty() || line[0] == '#' || colon == std::string::npos) continue;
-    std::string hex;
-    for (char c : line.substr(colon + 1))
-      if (c != ' ') hex += c;
-    Bytes& bytes = lists[line.substr(0, colon)];
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-      bytes.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-  }
-  return lists;
-}
-
 TEST(BuiltinActlists, EveryListIsItsTableByteForByte) {
-  const std::map<std::string, std::span<const act_item>> lists = {
+  const std::pair<const char*, std::span<const act_item>> lists[] = {
       {"click_actlist", click_actlist},
       {"rclick_actlist", rclick_actlist},
       {"drag_actlist", drag_actlist},
@@ -78,13 +58,11 @@ TEST(BuiltinActlists, EveryListIsItsTableByteForByte) {
       {"launch_file_actlist", launch_file_actlist},
       {"paste_text_actlist", paste_text_actlist},
       {"menu_action", std::span(&menu_action, 1)}};
-  const auto golden = golden_actlists();
-  ASSERT_EQ(golden.size(), lists.size());
   for (const auto& [name, items] : lists) {
     Bytes wire(items.size() * kActItemWireSize);
     for (std::size_t i = 0; i < items.size(); ++i)
       encode_act_item(items[i], &wire[i * kActItemWireSize]);
-    EXPECT_EQ(wire, golden.at(name)) << name;
+    EXPECT_EQ(wire, test::read_hex(std::string("actlists/") + name + ".hex")) << name;
   }
 }
 

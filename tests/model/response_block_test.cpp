@@ -15,12 +15,13 @@
 #include "model/builtin_actlists.h"
 #include "model/response_block.h"
 #include "model/response_printer.h"
-#include "tests/support/golden_files.h"
+#include "tests/support/golden.h"
 
 namespace cx {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+
 using test::data_path;
 using test::read_hex;
 

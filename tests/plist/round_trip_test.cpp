@@ -10,13 +10,12 @@
 
 #include "plist/limits.h"
 #include "plist/plist_io.h"
+#include "tests/support/golden.h"
 
 namespace cx::plist {
 namespace {
 
-std::string data_path(const char* name) {
-  return std::string(std::getenv("CX_TEST_DATA")) + "/" + name;
-}
+using test::data_path;
 
 ValueRef round_trip(const Value& v, Format format) {
   const WriteResult w = write_plist(v, format);

@@ -117,6 +117,11 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   EXPECT_EQ(bad.exit_status, 1);
   EXPECT_EQ(bad.err, "corvex-driverctl: error: button and modifiers are 0 to 255\n");
   EXPECT_EQ(daemon.driverctl({}).exit_status, 2);
+  // A line far longer than the driver takes: it closes while the tool still writes.
+  const test::CommandResult cut =
+      daemon.driverctl(std::vector<std::string>(8, std::string(100000, 'x')));
+  EXPECT_EQ(cut.exit_status, 2);
+  EXPECT_TRUE(cut.err.starts_with("corvex-driverctl: the driver closed the connection")) << cut.err;
 
   EXPECT_EQ(daemon.driver->terminate(), 0);
   EXPECT_TRUE(fs::is_empty(daemon.services()));

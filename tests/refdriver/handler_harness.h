@@ -127,6 +127,10 @@ class Harness {
  public:
   static constexpr uint32_t kBuffer = 0x10000;
 
+  Harness() = default;
+  // Claims of the active user decided by `sessions`.
+  explicit Harness(ConsoleSessions* sessions) : handler{state, sink, false, sessions} {}
+
   // `pieces` are appended after the request code, as the agent's request
   // routine appends its parameters and data pieces.
   Answer call(uint32_t code, std::initializer_list<std::span<const uint8_t>> pieces = {}) {

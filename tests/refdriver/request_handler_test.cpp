@@ -227,6 +227,32 @@ TEST(ActiveUser, PeersMayClaimOnlyThemselves) {
   h.steps({{rq::GetNextBackgroundEvent, {}, 2}});
 }
 
+TEST(ActiveUser, RepeatedClaimsAreQuietAndEachUidsPostsAreBounded) {
+  Harness h;
+  const auto claim = [](uint32_t uid) { return record_write(98, user_record(uid, 2)); };
+  const ClientPeer restarted{5, 1000, 50};
+  const ClientPeer other{6, 1001, 51};
+  for (int i = 0; i < 1000; ++i) h.call(rq::CXAccessGlobalData, {claim(1000)});
+  h.call_as(restarted, rq::CXAccessGlobalData, {claim(1000)});
+  EXPECT_EQ(h.sink.messages, (std::vector<std::pair<uint32_t, uint64_t>>{{14, 1000}, {14, 1000}}));
+
+  // A record changed by every write: one uid's posts are cut off within the
+  // second, another uid's still go out, and the next second opens again.
+  h.sink.messages.clear();
+  ++h.clock;
+  for (int i = 0; i < 1000; ++i) h.call(rq::CXAccessGlobalData, {claim(i % 2 ? 1 : 1000)});
+  EXPECT_EQ(h.sink.messages.size(), PostLimiter::kPostsPerSecond);
+  EXPECT_EQ(std::count_if(h.sink.lines.begin(), h.sink.lines.end(),
+                          [](const std::string& l) { return l.ends_with("the rest dropped"); }),
+            1);
+  h.call_as(other, rq::CXAccessGlobalData, {claim(1001)});
+  EXPECT_EQ(h.sink.messages.back(), (std::pair<uint32_t, uint64_t>(14, 1001)));
+  ++h.clock;
+  h.call(rq::CXAccessGlobalData, {claim(1000)});
+  EXPECT_EQ(h.sink.messages.back(), (std::pair<uint32_t, uint64_t>(14, 1000)));
+  EXPECT_EQ(h.sink.messages.size(), PostLimiter::kPostsPerSecond + 2);
+}
+
 TEST(Dataspaces, HintsIndicesAndLimits) {
   Harness h;
   const auto allocate = [](int16_t hint, int16_t size) {

@@ -1,6 +1,7 @@
 // The reference driver's transport spoken to by hand: greetings, malformed
 // frames, notification back-pressure, limits and the extra line sockets.
 #include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
@@ -8,6 +9,7 @@
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/echo_server.h"
+#include "tests/support/other_user.h"
 
 namespace cx::refdriver {
 namespace {
@@ -153,6 +155,41 @@ TEST(TransportFrames, JoinedFramesAreAnsweredInOrder) {
   EXPECT_NE(load_be64(&first[16]), load_be64(&second[16]));  // two buffers
 }
 
+std::vector<uint8_t> adb_call(uint32_t value) {
+  std::vector<uint8_t> frame(64);
+  const std::size_t head = uc::encode_struct_call_head(frame.data(), 0, 4, 0);
+  store_be32(&frame[head], value);
+  frame.resize(head + 4);
+  return frame;
+}
+
+TEST(TransportTurns, ABurstOfRequestsDoesNotHoldAnotherClientBack) {
+  test::TempDir dir;
+  test::EchoHandler handler;
+  std::string error;
+  const auto server = TransportServer::create(dir.path(), 2, handler, error);
+  ASSERT_TRUE(server) << error;
+  UniqueFd burst = raw_connect(dir.path(), test::kAdb + ".1");
+  UniqueFd single = raw_connect(dir.path(), test::kAdb + ".2");
+  std::vector<uint8_t> many = hello_bytes(uc::kMagic, 1, 1);
+  for (uint32_t i = 0; i < 50; ++i) {
+    const std::vector<uint8_t> call = adb_call(i);
+    many.insert(many.end(), call.begin(), call.end());
+  }
+  std::vector<uint8_t> one = hello_bytes(uc::kMagic, 1, 1);
+  const std::vector<uint8_t> call = adb_call(1000);
+  one.insert(one.end(), call.begin(), call.end());
+  ASSERT_TRUE(write_bytes(burst.get(), many));
+  ASSERT_TRUE(write_bytes(single.get(), one));
+
+  for (int turn = 0; turn < 200 && handler.adb_calls().size() < 51; ++turn) server->poll_once(100);
+  const auto calls = handler.adb_calls();
+  ASSERT_EQ(calls.size(), 51u);
+  const auto at = std::find(calls.begin(), calls.end(), std::pair<uint32_t, uint32_t>(2, 1000));
+  EXPECT_LE(at - calls.begin(), 1);
+  EXPECT_EQ(calls.back(), (std::pair<uint32_t, uint32_t>(1, 49)));
+}
+
 // Selector 2 of the test handler posts `count` messages.
 void post_through(platform::UserClientConnection& c, int64_t request, int64_t reply,
                   platform::MemoryMapping& in, uint32_t count) {
@@ -209,6 +246,69 @@ TEST(TransportLimits, ConnectionsBeyondTheLimitAreClosed) {
   EXPECT_EQ(driver.handler.wait_closed(1), 1u);
   UniqueFd again = greeted(driver.dir());
   EXPECT_TRUE(answers(again.get()));
+}
+
+// Run in a child as another user: 0 when the mouse driver greets it as a
+// user client. System calls only (see as_user).
+int greeted_as_user_client(const sockaddr_un& addr, const std::vector<uint8_t>& hello) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  timeval timeout{5, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+  uint8_t reply[12];
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof addr) != 0 ||
+      send(fd, hello.data(), hello.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(hello.size()) ||
+      recv(fd, reply, sizeof reply, MSG_WAITALL) != sizeof reply) {
+    return 1;
+  }
+  return reply[11] == 0 && reply[7] == 0x81 ? 0 : 2;
+}
+
+TEST(TransportLimits, OneUidsIdleConnectionsDoNotLockOtherUsersOut) {
+  if (!test::can_play_other_users()) GTEST_SKIP() << "needs root to play another user";
+  RunningServer driver;
+  ASSERT_EQ(chmod(driver.dir().c_str(), 0755), 0);
+  std::vector<UniqueFd> idle;
+  for (int i = 0; i < 64; ++i) idle.push_back(raw_connect(driver.dir(), kMouse));
+  EXPECT_TRUE(closed_by_peer(idle.back().get()));
+
+  sockaddr_un addr{};
+  addr.sun_family = AF_UNIX;
+  const std::string path = driver.dir() + "/" + kMouse;
+  std::memcpy(addr.sun_path, path.data(), path.size());
+  const std::vector<uint8_t> hello = hello_bytes(uc::kMagic, 1, 1);
+  EXPECT_EQ(test::as_user(test::kNobody, [&] { return greeted_as_user_client(addr, hello); }), 0);
+}
+
+int32_t create_status(int fd, int64_t size) {
+  if (!write_bytes(fd, create_call(size))) return -1;
+  return status_of(read_frame(fd));
+}
+
+TEST(TransportLimits, SharedMemoryIsBoundedPerUidAcrossConnections) {
+  RunningServer driver;
+  constexpr int64_t k16MiB = 16 << 20;
+  UniqueFd first = greeted(driver.dir());
+  UniqueFd second = greeted(driver.dir());
+  UniqueFd third = greeted(driver.dir());
+  for (int fd : {first.get(), first.get(), second.get(), second.get()}) {
+    EXPECT_EQ(create_status(fd, k16MiB), kIOReturnSuccess);
+  }
+  EXPECT_EQ(create_status(third.get(), k16MiB), platform::kIOReturnNoMemory);
+  first.reset();
+  EXPECT_EQ(driver.handler.wait_closed(1), 1u);
+  EXPECT_EQ(create_status(third.get(), k16MiB), kIOReturnSuccess);
+}
+
+TEST(TransportLimits, AConnectionStalledInsideARequestIsClosed) {
+  RunningServer driver(TransportLimits{.stalled_ms = 200});
+  UniqueFd idle = greeted(driver.dir());
+  UniqueFd stalled = greeted(driver.dir());
+  ASSERT_TRUE(write_bytes(stalled.get(), {0, 0, 0, 12, 0, 0, 0, 5, 0}));
+  UniqueFd half_hello = raw_connect(driver.dir(), kMouse);
+  ASSERT_TRUE(write_bytes(half_hello.get(), {0, 0}));
+  EXPECT_TRUE(closed_by_peer(stalled.get()));
+  EXPECT_TRUE(closed_by_peer(half_hello.get()));
+  EXPECT_TRUE(answers(idle.get()));
 }
 
 std::size_t shared_buffers_open() {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/foreground_app.h"
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
 #include "tests/support/temp_dir.h"
@@ -123,6 +124,34 @@ TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
       EXPECT_EQ(inode(file(c.all_users)), old_inode) << "not rewritten";
       EXPECT_EQ(test::read_file(file(c.all_users)), before);
     }
+  }
+}
+
+// The agent drops its entry from the user's list only when the entry is in
+// both lists (the all-users one then starts it); the all-users list stays.
+TEST_F(LoginItemsTest, UnusedItemLeavesOnlyTheUsersListWhenBothHoldIt) {
+  const Paths agent = {"/Mail.app", "/x/CXBackground.app"};
+  const struct {
+    Paths user, all_users;
+    int result;
+  } cases[] = {
+      {agent, agent, 1},
+      {agent, {"/Mail.app"}, 0},
+      {{"/Mail.app"}, agent, 0},
+      {{"/Mail.app"}, {}, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.user.back() + " / " + (c.all_users.empty() ? "" : c.all_users.back()));
+    store(0, c.user);
+    store(1, c.all_users);
+    const std::string all_users_before = test::read_file(file(1));
+    const std::string user_before = test::read_file(file(0));
+    EXPECT_EQ(removeUnusedLoginItem(), c.result);
+    EXPECT_EQ(test::read_file(file(1)), all_users_before);
+    if (c.result == 0) {
+      EXPECT_EQ(test::read_file(file(0)), user_before);
+    }
+    EXPECT_EQ(detectLoginItems(0), c.result == 0 && c.user == agent);
   }
 }
 

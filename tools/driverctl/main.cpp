@@ -34,9 +34,11 @@ constexpr const char* kUsage =
     "  state                     print the driver's live settings\n"
     "The driver's socket is in $CORVEX_IOKIT_DIR (default /run/corvex/iokit).\n";
 
+// The driver may close on us (a line it will not take, or it stops): that is
+// an answer to report, not a signal to die of.
 bool write_all(int fd, std::string_view data) {
   while (!data.empty()) {
-    const ssize_t n = write(fd, data.data(), data.size());
+    const ssize_t n = send(fd, data.data(), data.size(), MSG_NOSIGNAL);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return false;
     data.remove_prefix(static_cast<size_t>(n));
@@ -79,7 +81,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   if (!write_all(fd, line) || shutdown(fd, SHUT_WR) != 0) {
-    std::fprintf(stderr, "corvex-driverctl: cannot send: %s\n", std::strerror(errno));
+    std::fprintf(stderr, "corvex-driverctl: the driver closed the connection: %s\n",
+                 std::strerror(errno));
     close(fd);
     return 2;
   }
@@ -92,6 +95,10 @@ int main(int argc, char** argv) {
     answer.append(buffer, static_cast<size_t>(n));
   }
   close(fd);
+  if (answer.empty()) {
+    std::fputs("corvex-driverctl: the driver closed the connection without answering\n", stderr);
+    return 2;
+  }
 
   // The last line is "ok" or "error: ..."; everything before it is output.
   if (!answer.empty() && answer.back() == '\n') answer.pop_back();

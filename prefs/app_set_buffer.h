@@ -1,0 +1,20 @@
+// The key and name of the application set being read or written, handed
+// from the set node to its children.
+#pragma once
+
+#include "prefs/pref_tree.h"
+
+namespace cx {
+
+struct app_set_buffer {
+  char key[32];
+  char name[128];
+  // Whether the driver took the set as the one edited; a set it refused
+  // (it holds no more) must not have its settings land in another one.
+  bool selected;
+};
+
+// False while the node's application set is one the driver refused.
+bool app_set_selected(PrefNode* node);
+
+}  // namespace cx

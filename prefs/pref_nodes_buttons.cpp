@@ -1,0 +1,167 @@
+// Buttons: every button of a set goes to the driver as one run of response
+// blocks, and comes back from one fetched run.
+#include <cstdio>
+
+#include "driver/driver_connection.h"
+#include "driver/response_requests.h"
+#include "prefs/app_set_buffer.h"
+#include "prefs/pref_leaf.h"
+#include "prefs/pref_schema.h"
+#include "responses/resp_work.h"
+
+namespace cx {
+namespace {
+
+// The responses fetched for a write pass.
+struct fetched_responses {
+  const uint8_t* block = nullptr;
+  uint32_t length = 0;
+};
+
+constexpr uint8_t kAllButtonsEnd = 25;
+// Each retry follows a buffer that grew to what the driver asked for; a
+// driver that keeps asking for more is not followed further.
+constexpr int kMaxSendAttempts = 8;
+
+const plist::Dictionary* default_response(const pref_item_info& self) {
+  const auto* first = element_at(self.default_elements, 0);
+  return first ? plist::as<plist::Dictionary>(*first) : nullptr;
+}
+
+resp_work work_for(pref_item_info* self, uint8_t button) {
+  resp_work work;
+  work.header[response_header::button_id] = button;
+  work.pref_flags = &self->flags;
+  return work;
+}
+
+void send_buttons(PrefNode* node, CXTransferContext* transfer) {
+  for (int attempt = 0; attempt < kMaxSendAttempts; ++attempt) {
+    uint32_t capacity = 0;
+    SetResponseDataStart(transfer, &capacity);
+    call_children(node, 0);
+    const uint32_t length = CXTransferEnd(transfer);
+    if (length > capacity) {
+      if (ResizeInputSharedMemory(length)) continue;
+      std::fprintf(stderr, "read_buttons_data() - could not resize Input memory to length %ld\n",
+                   static_cast<long>(length));
+      return;
+    }
+    uint32_t reply_length = 0;
+    const int16_t result = SetResponseData(&reply_length);
+    if (result == driver_status::reply_too_large) {
+      if (ResizeOutputSharedMemory(reply_length)) continue;
+      std::fprintf(stderr, "read_buttons_data() - could not resize Output memory to length %ld\n",
+                   static_cast<long>(reply_length));
+      return;
+    }
+    if (result < 0) std::fprintf(stderr, "read_buttons_data() - test returned error %d\n", result);
+    return;
+  }
+}
+
+}  // namespace
+
+void read_buttons_data(PrefNode* node) {
+  pref_item_info* self = get_object_info(node);
+  if (self->flags & pref_flag::tree_only) {
+    if (get_pref(node)) call_children(node, 0);
+    return;
+  }
+  if (!app_set_selected(node)) return;
+  CXTransferContext transfer;
+  self->scratch = &transfer;
+  if (get_pref(node)) send_buttons(node, &transfer);
+  self->scratch = nullptr;
+}
+
+void write_buttons_data(PrefNode* node) {
+  pref_item_info* self = get_object_info(node);
+  self->flags = pref_flag::tree_only;
+  read_buttons_data(node);
+  self->flags &= ~pref_flag::tree_only;
+  fetched_responses fetched;
+  int16_t status = 0;
+  fetched.block = GetResponses(0, kAllButtonsEnd, 0, 0, &fetched.length, &status);
+  if (!fetched.block) {
+    keep_user_value(self);
+    return;
+  }
+  self->scratch = &fetched;
+  call_children(node, 1);
+  self->scratch = nullptr;
+}
+
+void read_a_button_data(PrefNode* node) {
+  pref_item_info* self = get_object_info(node);
+  if (!setup_arrays(node) || (self->flags & pref_flag::tree_only)) return;
+  auto* transfer = parent_scratch<CXTransferContext>(node);
+  if (!transfer) return;
+  const uint8_t button = button_number(self->key);
+  const plist::Dictionary* fallback = default_response(*self);
+  if (!self->user_elements.empty() && !restoring_defaults) {
+    for (size_t i = 0; i < self->user_elements.size(); ++i) {
+      const auto* response = plist::as<plist::Dictionary>(self->user_elements[i]);
+      if (!response) {
+        std::fprintf(stderr,
+                     "Corvex Background: response %zu of \"%s\" is not a dictionary; ignored\n", i,
+                     self->key.c_str());
+        continue;
+      }
+      resp_work work = work_for(self, button);
+      work.transfer = transfer;
+      get_resp_data(&work, response, fallback);
+    }
+  } else if (fallback) {
+    resp_work work = work_for(self, button);
+    work.transfer = transfer;
+    get_resp_data(&work, fallback, nullptr);
+  }
+}
+
+void write_a_button_data(PrefNode* node) {
+  pref_item_info* self = get_object_info(node);
+  const auto* fetched = parent_scratch<fetched_responses>(node);
+  if (!fetched) return;
+  const uint8_t button = button_number(self->key);
+  const uint8_t* at = fetched->block;
+  uint32_t left = fetched->length;
+  for (int ordinal = 1; left > 0; ++ordinal) {
+    uint32_t payload_length = 0;
+    const uint8_t* payload = CXTransferValidate(at, left, &payload_length);
+    if (!payload) {
+      std::fprintf(stderr,
+                   "CXBackGroundApp - write_a_button_data(): Response Block #%d: <invalid>\n",
+                   ordinal);
+      keep_user_value(self);
+      return;
+    }
+    if (payload_length > 0 && payload[0] == button) break;
+    const uint32_t length = CXTransferBlockLength(at);
+    at += length;
+    left -= length;
+  }
+  resp_work work = work_for(self, button);
+  if (left == 0 || !start_resp_read(&work, at, static_cast<int32_t>(left))) {
+    std::fprintf(stderr, "CXBackGroundApp - write_a_button_data(): Block not found\n");
+    keep_user_value(self);
+    return;
+  }
+  // Unknown keys of the saved response survive; the conversion rewrites its own.
+  std::shared_ptr<plist::Dictionary> target;
+  if (const auto* first = element_at(self->user_elements, 0))
+    if (plist::as<plist::Dictionary>(*first))
+      target = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(first->get()));
+  put_resp_data(&work, &target, default_response(*self));
+  if (self->flags & pref_flag::changed) {
+    auto responses = plist::make_array();
+    responses->append(target);
+    self->user_value = responses;
+    put_pref(node);
+    self->flags |= pref_flag::changed;
+  } else if (self->flags & pref_flag::user_present) {
+    del_pref(node);
+  }
+}
+
+}  // namespace cx

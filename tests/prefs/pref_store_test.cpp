@@ -1,0 +1,319 @@
+// The preference store end to end: user file -> read pass -> reference
+// driver -> write pass -> user file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "agent/agent_state.h"
+#include "plist/plist_io.h"
+#include "prefs/pref_files.h"
+#include "tests/prefs/pref_fixture.h"
+
+namespace cx::test {
+namespace {
+
+// The value at a "/"-separated path, or null.
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
+  plist::ValueRef v = root;
+  std::stringstream parts(path);
+  for (std::string key; std::getline(parts, key, '/');) {
+    const auto* dict = plist::as<plist::Dictionary>(v);
+    v = dict ? dict->get(key) : nullptr;
+  }
+  return v;
+}
+
+// Sets the value at a path, making the dictionaries on the way.
+void put(const plist::ValueRef& root, const std::string& path, plist::ValueRef value) {
+  auto* dict = plist::as<plist::Dictionary>(root);
+  std::stringstream parts(path);
+  std::string key;
+  std::getline(parts, key, '/');
+  for (std::string next; std::getline(parts, next, '/'); key = next) {
+    if (!plist::as<plist::Dictionary>(dict->get(key))) dict->set(key, plist::make_dictionary());
+    dict = plist::as<plist::Dictionary>(dict->get(key));
+  }
+  dict->set(key, std::move(value));
+}
+
+plist::ValueRef num(int v) {
+  return plist::make_int32(v);
+}
+
+constexpr char kLevel[] = "SystemWideData/AccelerationData/Tball2AccelLevel";
+constexpr char kDefaultSet[] = "ApplicationSetData/Default/";
+
+plist::ValueRef read_data_file(const std::string& name) {
+  const auto result = plist::read_plist_file(std::string(std::getenv("CX_TEST_DATA")) + "/" + name);
+  EXPECT_TRUE(result.value) << result.error;
+  return result.value;
+}
+
+TEST_F(PrefStoreTest, SavingTheDefaultsLeavesOnlyVersionAndSetNames) {
+  load();
+  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
+  EXPECT_EQ(app_record("Default", 72), (std::vector<uint8_t>{3, 0, 0, 0}));
+  EXPECT_EQ(save(), 1);
+  const auto expected = parse(
+      "<dict><key>ApplicationSetData</key><dict><key>Default</key><dict>"
+      "<key>ApplicationName</key><string>Default</string></dict></dict>"
+      "<key>PrefVersion</key><string>4.0.0</string></dict>");
+  EXPECT_TRUE(plist::equal(read_user(), expected));
+}
+
+TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
+  struct Case {
+    const char* what;
+    std::optional<int> user;
+    uint8_t driver;
+    std::optional<int> saved;
+  };
+  const Case cases[] = {
+      {"kept while the driver holds it", 5, 5, 5},
+      {"kept although equal to the default", 3, 3, 3},
+      {"stored when the driver differs", std::nullopt, 7, 7},
+      {"replaced by the driver's value", 5, 6, 6},
+      {"deleted when the driver holds the default", 5, 3, std::nullopt},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    auto user = plist::make_dictionary();
+    if (c.user) put(user, kLevel, num(*c.user));
+    write_user(user);
+    load();
+    ASSERT_EQ(global_record(2)[0], c.user.value_or(3));
+    driver_.mutable_state().globals.fixed(2)->at(0) = c.driver;
+    save();
+    const auto saved = at(read_user(), kLevel);
+    if (c.saved) {
+      ASSERT_TRUE(saved);
+      EXPECT_EQ(plist::as<plist::Number>(saved)->int_value(), *c.saved);
+    } else {
+      EXPECT_FALSE(saved);
+      EXPECT_FALSE(at(read_user(), "SystemWideData"));
+    }
+  }
+}
+
+TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
+  const auto d = defaults();
+  const std::string table_path = "SystemWideData/AccelerationTableData/Mouse4AccelTable";
+  const plist::ValueRef table = plist::deep_copy(at(d, table_path).get());
+  auto* last_row =
+      plist::as<plist::Array>(plist::as<plist::Array>(at(table, "MultiplierRows"))->at(8));
+  const auto default_last =
+      static_cast<uint8_t>(plist::as<plist::Number>(last_row->at(11))->int_value());
+  last_row->set(11, num(99));
+  auto user = plist::make_dictionary();
+  put(user, std::string(kDefaultSet) + "ScrollingData/ClockWiseIsUp", plist::make_bool(true));
+  put(user, "SystemWideData/ChordingSpeedData", num(321));
+  put(user, table_path, table);
+  write_user(user);
+  load();
+  EXPECT_EQ(app_record("Default", 72), (std::vector<uint8_t>{3, 0, 0, 2}));
+  EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], 321);
+  EXPECT_EQ(global_record(94)[131], 99);
+  EXPECT_EQ(global_record(94)[1], 1);  // first threshold, big-endian
+
+  // The second flag of the same word changes alone; the table is the default again.
+  driver_.mutable_state().global_record(94)[131] = default_last;
+  driver_.mutable_state().apps.global().data.fixed(72)->at(3) = 2 | 4;
+  save();
+  const auto saved = read_user();
+  EXPECT_TRUE(plist::equal(at(saved, std::string(kDefaultSet) + "ScrollingData"),
+                           parse("<dict><key>ClockWiseIsUp</key><true/>"
+                                 "<key>SwapScrollAxis</key><true/></dict>")));
+  EXPECT_FALSE(at(saved, "SystemWideData/AccelerationTableData"));
+  EXPECT_EQ(plist::as<plist::Number>(at(saved, "SystemWideData/ChordingSpeedData"))->int_value(),
+            321);
+}
+
+TEST_F(PrefStoreTest, OldLayoutIsMigrated) {
+  const plist::ValueRef old = read_data_file("migrate_3.0.0.plist");
+  ASSERT_TRUE(plist::as<plist::Dictionary>(old));
+  auto user = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(old.get()));
+  reconcile_old_user_plist(&user, "3.1.0");
+  EXPECT_TRUE(plist::equal(user.get(), old.get()));
+  reconcile_old_user_plist(&user, "3.0.0");
+  EXPECT_TRUE(plist::equal(user, read_data_file("migrate_3.0.0.expected.plist")));
+
+  // A file without a version is taken as 3.0.0.
+  write_user(plist::deep_copy(old.get()));
+  load();
+  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
+}
+
+TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
+  auto user = plist::make_dictionary();
+  for (const char* key : {"Tball2AccelLevel", "Mouse4AccelLevel", "Tball4AccelLevel",
+                          "Mouse8AccelLevel", "Tball8AccelLevel"})
+    put(user, std::string("SystemWideData/AccelerationData/") + key, num(6));
+  write_user(user);
+  load();
+  ASSERT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
+  EXPECT_EQ(retore_default_prefs(&pref_data, 7), 0);
+  EXPECT_EQ(retore_default_prefs(&pref_data, 2), 1);
+  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
+  EXPECT_TRUE(at(read_user(), kLevel)) << "a restore leaves the file alone";
+  save();
+  EXPECT_FALSE(at(read_user(), "SystemWideData"));
+}
+
+TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
+  auto user = plist::make_dictionary();
+  put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
+      plist::make_string("TextEdit"));
+  put(user, "ApplicationSetData/com.apple.TextEdit/ScrollingData/ScrollSpeed", num(5));
+  write_user(user);
+  load();
+  auto& apps = driver_.mutable_state().apps;
+  ASSERT_EQ(apps.listed_count(), 2u);
+  EXPECT_EQ(apps.listed(0)->key, "com.apple.TextEdit");
+  EXPECT_EQ(apps.listed(1)->key, "Default") << "the defaults' set, loaded after the user's";
+  EXPECT_EQ(app_record("com.apple.TextEdit", 72), (std::vector<uint8_t>{5, 0, 0, 0}));
+
+  ASSERT_EQ(driver_.mutable_state().delete_app_set("com.apple.TextEdit"), 1);
+  apps.select("com.apple.Preview", "Preview");
+  apps.edited().data.write(72, std::vector<uint8_t>{9, 0, 0, 0});
+  apps.select_global();
+  save();
+  const auto expected = parse(
+      "<dict><key>Default</key><dict><key>ApplicationName</key><string>Default</string></dict>"
+      "<key>com.apple.Preview</key><dict><key>ApplicationName</key><string>Preview</string>"
+      "<key>ScrollingData</key><dict><key>ScrollSpeed</key><integer>9</integer></dict></dict></"
+      "dict>");
+  EXPECT_TRUE(plist::equal(at(read_user(), "ApplicationSetData"), expected));
+}
+
+// Each file holds one bad value beside a valid chording speed, which must
+// still reach the driver; the file itself stays as it was.
+TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
+  struct Case {
+    const char* what;
+    std::string text;
+    int chord;
+  };
+  const std::string head =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist "
+      "version=\"1.0\"><dict><key>CXPrefData</key>";
+  const std::string chord = "<key>ChordingSpeedData</key><integer>321</integer>";
+  auto system = [&](const std::string& inner) {
+    return head + "<dict><key>SystemWideData</key><dict>" + chord + inner +
+           "</dict></dict></dict></plist>";
+  };
+  auto sets = [&](const std::string& inner) {
+    return head + "<dict><key>SystemWideData</key><dict>" + chord +
+           "</dict><key>ApplicationSetData</key><dict>" + inner + "</dict></dict></dict></plist>";
+  };
+  const Case cases[] = {
+      {"truncated file", system("").substr(0, 120), 200},
+      {"not a property list", "CXPrefData = 1", 200},
+      {"root is a string", head + "<string>x</string></dict></plist>", 200},
+      {"levels are an array", system("<key>AccelerationData</key><array/>"), 321},
+      {"thresholds are a dictionary",
+       system("<key>AccelerationTableData</key><dict><key>Mouse4AccelTable</key><dict>"
+              "<key>Thresholds</key><dict/><key>MultiplierRows</key><array><string>x</string>"
+              "<array><integer>1</integer></array></array></dict></dict>"),
+       321},
+      {"thirteen thresholds",
+       system("<key>AccelerationTableData</key><dict><key>Tball8AccelTable</key><dict>"
+              "<key>Thresholds</key><array>" +
+              [] {
+                std::string s;
+                for (int i = 0; i < 13; ++i) s += "<integer>1</integer>";
+                return s;
+              }() +
+              "</array></dict></dict>"),
+       321},
+      {"set is a number", sets("<key>Bad</key><integer>3</integer>"), 321},
+      {"button is a string",
+       sets("<key>Default</key><dict><key>ButtonData</key><dict><key>LeftButton</key>"
+            "<string>Click</string><key>RightButton</key><array><integer>1</integer></array>"
+            "</dict></dict>"),
+       321},
+      {"scroll flag is a number",
+       sets("<key>Default</key><dict><key>ScrollingData</key><dict><key>ClockWiseIsUp</key>"
+            "<integer>1</integer><key>ScrollSpeed</key><true/></dict></dict>"),
+       321},
+      {"name is a date",
+       sets("<key>X</key><dict><key>ApplicationName</key><date>2001-01-01T00:00:00Z</date></dict>"),
+       321},
+      // Last, so that its valid level is still in the driver below.
+      {"level is a string",
+       system("<key>AccelerationData</key><dict><key>Tball2AccelLevel</key><string>fast</string>"
+              "<key>Mouse4AccelLevel</key><integer>7</integer></dict>"),
+       321},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    write_file(user_file(), c.text);
+    const auto before = user_file_bytes();
+    load();
+    EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], c.chord);
+    EXPECT_EQ(user_file_bytes(), before);
+  }
+  EXPECT_EQ(global_record(2)[1], 7) << "the valid level beside the bad one";
+}
+
+TEST_F(PrefStoreTest, SavingWhatIsSavedChangesNothingAndKeepsABackup) {
+  auto user = plist::make_dictionary();
+  put(user, kLevel, num(5));
+  put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
+      plist::make_string("TextEdit"));
+  put(user, "PrefVersion", plist::make_string("4.0.0"));
+  write_user(user);
+  load();
+  save();
+  const auto first = user_file_bytes();
+  load();
+  save();
+  EXPECT_EQ(user_file_bytes(), first);
+  const std::string backup =
+      (std::filesystem::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist").string();
+  EXPECT_EQ(read_file(backup), first) << "the backup is the file before the save";
+}
+
+// Global and per-application sets, every response kind, records: what the
+// driver is given it gives back, and the saved dictionary is the one loaded.
+TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
+  const plist::ValueRef rich = read_data_file("rich_user.plist");
+  write_user(rich);
+  ::testing::internal::CaptureStderr();
+  load();
+  const auto& sets = driver_.state().apps;
+  EXPECT_EQ(sets.listed_count(), 3u);
+  EXPECT_EQ(save(), 1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(plist::equal(read_user(), rich));
+}
+
+TEST_F(PrefStoreTest, RestoringButtonsSendsTheDefaultsOfTheEditedSet) {
+  const plist::ValueRef rich = read_data_file("rich_user.plist");
+  write_user(rich);
+  load();
+  EXPECT_EQ(retore_default_prefs(&pref_data, 1), 1);
+  save();
+  const auto saved = read_user();
+  EXPECT_FALSE(at(saved, std::string(kDefaultSet) + "ButtonData"));
+  EXPECT_TRUE(plist::equal(at(saved, "ApplicationSetData/com.apple.TextEdit"),
+                           at(rich, "ApplicationSetData/com.apple.TextEdit")))
+      << "only the edited set is restored";
+}
+
+TEST_F(PrefStoreTest, EveryActivationForgetsTheFrontApplication) {
+  active_app_sig = 0x74747874;
+  load();
+  EXPECT_EQ(active_app_sig, 0u);
+  std::filesystem::remove(dir_.file("bundle/Corvex_Default.plist"));
+  active_app_sig = 0x74747874;
+  load();
+  EXPECT_EQ(active_app_sig, 0u);
+}
+
+}  // namespace
+}  // namespace cx::test
