@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "cpanel/ae_codes.h"
-#include "platform/processes.h"
 
 namespace cx {
 
@@ -25,19 +24,9 @@ OSErr notify_cp(OSType event_id) {
 
 }  // namespace
 
+// Walking every process stalls when someone floods the list with names.
 OSErr find_running_app_by_signature(OSType signature, platform::ProcessSerialNumber* psn, FSSpec*) {
-  *psn = platform::kNoProcess;
-  platform::ProcessSerialNumber current = platform::kNoProcess;
-  OSErr err = platform::noErr;
-  while ((err = platform::GetNextProcess(&current)) == platform::noErr) {
-    platform::ProcessInfo info{};
-    if (platform::GetProcessInformation(&current, &info) == platform::noErr &&
-        info.signature == signature) {
-      *psn = current;
-      return platform::noErr;
-    }
-  }
-  return err;
+  return platform::apple_events().find_process_by_signature(signature, *psn);
 }
 
 bool make_cp_apple_event(OSType event_class, OSType event_id, AppleEvent* event) {

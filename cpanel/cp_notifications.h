@@ -9,10 +9,10 @@
 
 namespace cx {
 
-// Zeroes *psn, then stores the first listed process with `signature`.
-// noErr, or the Process Manager's error (procNotFound) with *psn zero.
-// `app_file` (may be null) is left as it is: the process list does not name
-// application files here.
+// Zeroes *psn, then stores the process that owns `signature` in the
+// Apple-event transport (asked for that one name, not found in a list).
+// noErr, or procNotFound with *psn zero. `app_file` (may be null) is left as
+// it is: the transport does not name application files.
 platform::OSErr find_running_app_by_signature(platform::OSType signature,
                                               platform::ProcessSerialNumber* psn, FSSpec* app_file);
 

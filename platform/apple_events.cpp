@@ -126,21 +126,24 @@ OSErr desc_to_psn(const AEDesc& desc, ProcessSerialNumber& out) {
 
 OSErr AppleEvent::put_param(OSType keyword, AEDesc desc) {
   if (is_null()) return errAEWrongDataType;
-  for (Parameter& param : params_) {
-    if (param.first == keyword) {
-      param.second = std::move(desc);
-      return noErr;
-    }
+  const auto found = index_.find(keyword);
+  const size_t replaced = found == index_.end() ? 0 : params_[found->second].second.data.size();
+  if ((found == index_.end() && params_.size() == kMaxAEParameters) ||
+      data_size_ - replaced + desc.data.size() > kMaxAEDataSize)
+    return paramErr;
+  data_size_ = data_size_ - replaced + desc.data.size();
+  if (found != index_.end()) {
+    params_[found->second].second = std::move(desc);
+  } else {
+    index_.emplace(keyword, params_.size());
+    params_.emplace_back(keyword, std::move(desc));
   }
-  params_.emplace_back(keyword, std::move(desc));
   return noErr;
 }
 
 const AEDesc* AppleEvent::find_param(OSType keyword) const {
-  for (const Parameter& param : params_) {
-    if (param.first == keyword) return &param.second;
-  }
-  return nullptr;
+  const auto found = index_.find(keyword);
+  return found == index_.end() ? nullptr : &params_[found->second].second;
 }
 
 OSErr AppleEvent::get_param(OSType keyword, OSType wanted, AEDesc& out) const {

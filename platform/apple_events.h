@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -55,6 +56,11 @@ constexpr OSErr errAEEventNotHandled = -1708;
 constexpr OSErr errAETimeout = -1712;
 // What the sender sees in `errn` when a handler threw instead of returning.
 constexpr OSErr errAEEventFailed = -10000;
+
+// Bounds of one event, so that no sender can make a receiver copy or hold
+// without limit: parameters, and the bytes of their data together.
+constexpr size_t kMaxAEParameters = 1024;
+constexpr size_t kMaxAEDataSize = size_t{16} << 20;
 
 // Time-outs of a send, in ticks (1/60 s) when positive.
 constexpr int32_t kAEDefaultTimeout = -1;  // two minutes
@@ -113,7 +119,8 @@ class AppleEvent {
   // In the order they were first added.
   const std::vector<Parameter>& parameters() const { return params_; }
 
-  // Adds or replaces a parameter; -1703 on a `null` event.
+  // Adds or replaces a parameter (constant time); -1703 on a `null` event,
+  // -50 when the event would pass kMaxAEParameters or kMaxAEDataSize.
   OSErr put_param(OSType keyword, AEDesc desc);
   OSErr put_shor(OSType keyword, int16_t value) {
     return put_param(keyword, make_shor_desc(value));
@@ -134,6 +141,8 @@ class AppleEvent {
   OSType id_ = 0;
   AEDesc target_;
   std::vector<Parameter> params_;
+  std::unordered_map<OSType, size_t> index_;  // keyword -> position in params_
+  size_t data_size_ = 0;
 };
 
 using AEEventHandlerProc = OSErr (*)(const AppleEvent& event, AppleEvent& reply, intptr_t refcon);

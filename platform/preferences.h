@@ -28,8 +28,14 @@ void set_preference_value(std::string_view key, plist::ValueRef value, std::stri
                           PrefUser user, PrefHost host);
 
 // CFPreferencesSynchronize: writes this process's pending changes over the
-// file's current contents (atomically, under an advisory lock) and forgets
-// them. True when there was nothing to write or the file was written.
+// file's current contents (atomically, under an advisory lock held from the
+// read to the rename) and forgets them. True when there was nothing to write
+// or the file was written. A file that cannot be read or parsed, or a lock
+// held elsewhere for seconds, is never replaced: false, the reason on the
+// standard error stream, and the changes stay pending. Keys this process did
+// not set keep their values; the file keeps its format (XML for a new file)
+// and its permission bits; a user's file that is a link to a file of theirs
+// is written through the link.
 bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost host);
 
 }  // namespace cx::platform

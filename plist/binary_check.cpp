@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <string_view>
 #include <vector>
 
@@ -188,9 +189,8 @@ class Checker {
       case 0x3: {
         if (low != 3) break;
         if (8 > room) return fail(at, "object runs past the object area");
-        // libplist hands dates over as 32-bit seconds.
         const double t = std::bit_cast<double>(load_be64(data_.data() + at + 1));
-        if (!(t > INT32_MIN - 1.0 && t < INT32_MAX + 1.0)) return fail(at, "date out of range");
+        if (!std::isfinite(t)) return fail(at, "date is not a finite time");
         return true;
       }
       case 0x4: {
@@ -223,6 +223,8 @@ class Checker {
       default:
         break;
     }
+    if ((marker >> 4) == 0x8)
+      return fail(at, "UID object (a keyed archive), not a property list value");
     return fail(at, "unsupported object type 0x" + hex_byte(marker));
   }
 

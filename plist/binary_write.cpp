@@ -1,6 +1,7 @@
 #include "plist/binary_write.h"
 
 #include <bit>
+#include <cmath>
 #include <map>
 
 #include "plist/limits.h"
@@ -176,9 +177,8 @@ class Writer {
         break;
       }
       case Type::Date: {
-        // Readers hand dates over as 32-bit seconds.
         const double t = as<Date>(&v)->absolute_time();
-        if (!(t > INT32_MIN - 1.0 && t < INT32_MAX + 1.0)) return fail("date out of range");
+        if (!std::isfinite(t)) return fail("date is not a finite time");
         Bytes bytes;
         put_double(bytes, 0x33, t);
         at = add_scalar(std::move(bytes));

@@ -14,7 +14,7 @@
 namespace cx::plist {
 
 // False with `error` set when the value cannot be written (nesting deeper
-// than kMaxDepth, a date beyond 32-bit seconds, a string that is not UTF-8
+// than kMaxDepth, a date that is not a finite time, a string that is not UTF-8
 // or holds a NUL).
 bool write_binary_plist(const Value& value, std::vector<uint8_t>& out, std::string& error);
 

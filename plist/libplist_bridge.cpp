@@ -1,11 +1,14 @@
 #include "plist/libplist_bridge.h"
 
-#include <cmath>
+#include <bit>
 #include <cstdlib>
+#include <optional>
 #include <vector>
 
+#include "plist/date_text.h"
 #include "plist/limits.h"
 #include "plist/text.h"
+#include "util/byte_order.h"
 
 namespace cx::plist {
 
@@ -19,16 +22,25 @@ std::string too_deep() {
   return "nesting deeper than " + std::to_string(kMaxDepth) + " levels";
 }
 
-// libplist 2.2 does not say whether an integer above INT64_MAX is unsigned
-// (a 16-byte integer in the file, or a large XML literal) or a negative
-// 8-byte one; its own binary writer does, in the root object's marker.
-bool is_wide_integer(plist_t node) {
+// The root object of libplist's binary form of `node` alone (marker byte
+// first): libplist 2.2's only public way to some facts it keeps. Empty when
+// it cannot write one.
+std::vector<uint8_t> root_object_of(plist_t node) {
   char* bytes = nullptr;
   uint32_t length = 0;
   plist_to_bin(node, &bytes, &length);
   const std::unique_ptr<char, void (*)(char*)> owned(bytes, plist_to_bin_free);
-  constexpr uint32_t kRootMarkerAt = 8;
-  return bytes && length > kRootMarkerAt && static_cast<uint8_t>(bytes[kRootMarkerAt]) == 0x14;
+  constexpr uint32_t kRootAt = 8;  // after "bplist00"
+  if (!bytes || length <= kRootAt) return {};
+  return std::vector<uint8_t>(bytes + kRootAt, bytes + length);
+}
+
+// libplist 2.2 does not say whether an integer above INT64_MAX is unsigned
+// (a 16-byte integer in the file, or a large XML literal) or a negative
+// 8-byte one; its own binary writer does, in the root object's marker.
+bool is_wide_integer(plist_t node) {
+  const std::vector<uint8_t> root = root_object_of(node);
+  return !root.empty() && root[0] == 0x14;
 }
 
 ValueRef integer_from(plist_t node) {
@@ -38,6 +50,14 @@ ValueRef integer_from(plist_t node) {
   const auto v = static_cast<int64_t>(bits);
   const bool fits32 = v >= INT32_MIN && v <= INT32_MAX;
   return make_number(fits32 ? NumberType::SInt32 : NumberType::SInt64, v);
+}
+
+// libplist 2.2 keeps the whole date but hands out only 32-bit seconds; its
+// binary writer gives the exact time.
+ValueRef date_from(plist_t node) {
+  const std::vector<uint8_t> root = root_object_of(node);
+  if (root.size() < 9 || root[0] != 0x33) return make_date(0);
+  return make_date(std::bit_cast<double>(load_be64(root.data() + 1)));
 }
 
 ValueRef convert(plist_t node, int depth, std::string& error);
@@ -101,12 +121,8 @@ ValueRef convert(plist_t node, int depth, std::string& error) {
       return make_data(bytes ? std::vector<uint8_t>(bytes, bytes + length)
                              : std::vector<uint8_t>());
     }
-    case PLIST_DATE: {
-      int32_t seconds = 0;
-      int32_t microseconds = 0;
-      plist_get_date_val(node, &seconds, &microseconds);
-      return make_date(seconds);
-    }
+    case PLIST_DATE:
+      return date_from(node);
     case PLIST_ARRAY:
     case PLIST_DICT:
       if (depth >= kMaxDepth) {
@@ -206,10 +222,15 @@ class Builder {
     return n.is_unsigned() ? wide_integer(bits) : LibplistNode(plist_new_uint(bits));
   }
 
-  // libplist's date interface is 32-bit seconds; files keep whole seconds.
+  // Files keep whole seconds. libplist's date interface is 32-bit seconds,
+  // so other years go in as XML text, libplist's only public way.
   LibplistNode date(double t) {
-    if (!(t > INT32_MIN - 1.0 && t < INT32_MAX + 1.0)) return fail("date out of range");
-    return LibplistNode(plist_new_date(static_cast<int32_t>(std::trunc(t)), 0));
+    const std::optional<std::string> text = date_text(t);
+    if (!text) return fail("date out of range (years 0000-9999)");
+    const std::string xml = "<plist><date>" + *text + "</date></plist>";
+    plist_t node = nullptr;
+    plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
+    return LibplistNode(node);
   }
 
   std::string& error_;

@@ -10,6 +10,7 @@
 
 #include "plist/binary_check.h"
 #include "plist/binary_write.h"
+#include "plist/date_text.h"
 #include "plist/libplist_bridge.h"
 #include "plist/limits.h"
 #include "plist/xml_scan.h"
@@ -53,18 +54,24 @@ ReadResult read_plist(std::span<const uint8_t> bytes) {
   const Format format = binary ? Format::Binary : Format::Xml;
   if (bytes.size() > std::numeric_limits<uint32_t>::max())
     return failed(format, "document too large");
-  const auto length = static_cast<uint32_t>(bytes.size());
   const auto* text = reinterpret_cast<const char*>(bytes.data());
 
   plist_t root = nullptr;
   if (binary) {
     if (auto defect = check_binary_plist(bytes))
       return failed(format, at_offset(defect->offset) + defect->what);
-    plist_from_bin(text, length, &root);
+    plist_from_bin(text, static_cast<uint32_t>(bytes.size()), &root);
   } else {
+    // A byte-order mark is no character of the document; lines and columns
+    // count from after it.
+    constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
+    if (std::string_view(text, bytes.size()).starts_with(kUtf8Bom)) {
+      text += kUtf8Bom.size();
+      bytes = bytes.subspan(kUtf8Bom.size());
+    }
     if (auto defect = scan_xml_plist(std::string_view(text, bytes.size())))
       return failed(format, at_line(defect->line, defect->column) + defect->what);
-    plist_from_xml(text, length, &root);
+    plist_from_xml(text, static_cast<uint32_t>(bytes.size()), &root);
   }
   const LibplistNode owned(root);
   const std::string where = binary ? at_offset(0) : at_line(1, 1);
@@ -113,7 +120,7 @@ WriteResult write_plist(const Value& value, Format format) {
     r.error = "libplist could not write the value";
     return r;
   }
-  r.bytes.assign(out, out + length);
+  r.bytes = pad_date_years({reinterpret_cast<const uint8_t*>(out), length});
   plist_to_xml_free(out);
   return r;
 }

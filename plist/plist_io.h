@@ -30,13 +30,14 @@ struct WriteResult {
 
 // Binary when the bytes start with "bplist", XML otherwise. What is read:
 // integers as SInt32 when they fit in 32 bits, else SInt64 (unsigned above
-// INT64_MAX); reals as Float64; dates in whole seconds, within 32-bit seconds
-// of 2001 (1932-12-13 to 2069-01-19, libplist's date interface); strings as
-// UTF-8 without NUL. Nesting deeper than kMaxDepth is refused.
+// INT64_MAX); reals as Float64; dates of any year (binary: the exact time);
+// strings as UTF-8 without NUL. XML may start with a UTF-8 byte-order mark.
+// Nesting deeper than kMaxDepth is refused, and so are UID objects.
 ReadResult read_plist(std::span<const uint8_t> bytes);
 ReadResult read_plist_file(const std::string& path);
 
-// XML keeps whole seconds of a date, binary the exact time. XML refuses
+// XML keeps whole seconds of a date and years 0000-9999, binary the exact
+// time. XML refuses
 // strings with characters XML cannot carry (control characters but tab,
 // line feed and carriage return); both refuse NUL and invalid UTF-8.
 WriteResult write_plist(const Value& value, Format format);

@@ -139,24 +139,7 @@ bool is_real_text(std::string_view text) {
   return i == s.size();
 }
 
-// Seconds from 2001-01-01T00:00:00Z to a UTC time of the proleptic
-// Gregorian calendar.
-int64_t seconds_since_2001(int year, int month, int day, int hour, int minute, int second) {
-  // Days from civil, counted from 0000-03-01 so that leap days come last.
-  const auto days = [](int64_t y, int64_t m, int64_t d) {
-    y -= m <= 2 ? 1 : 0;
-    const int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const int64_t yoe = y - era * 400;
-    const int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe;
-  };
-  const int64_t day_count = days(year, month, day) - days(2001, 1, 1);
-  return day_count * 86400 + hour * 3600 + minute * 60 + second;
-}
-
-// YYYY-MM-DDTHH:MM:SSZ within the signed 32-bit seconds libplist's date
-// interface carries.
+// YYYY-MM-DDTHH:MM:SSZ, any year.
 std::string date_defect(std::string_view text) {
   const std::string_view s = trim(text);
   constexpr std::string_view kShape = "dddd-dd-ddTdd:dd:ddZ";
@@ -176,8 +159,6 @@ std::string date_defect(std::string_view text) {
   const int month_days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
   if (day < 1 || day > month_days || hour > 23 || minute > 59 || second > 59)
     return "bad date text";
-  const int64_t t = seconds_since_2001(year, month, day, hour, minute, second);
-  if (t < INT32_MIN || t > INT32_MAX) return "date out of range";
   return {};
 }
 

@@ -2,6 +2,7 @@
 // owns com.velcorra.corvex.sig.S<signature> and serves Dispatch on the default
 // GLib main context; a `psn ` target is the participant whose owner has that pid.
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "platform/apple_events.h"
@@ -31,13 +32,16 @@ void on_dispatch(GDBusConnection* connection, const gchar*, const gchar*, const 
   g_variant_get(parameters, "(uu@a(uuay))", &event_class, &event_id, &params);
   const VariantPtr params_owner(params);
 
-  AppleEvent event(event_class, event_id, AEDesc{});
-  add_parameters_from_variant(params, event);
   const bool wants_reply =
       (g_dbus_message_get_flags(g_dbus_method_invocation_get_message(invocation)) &
        G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) == 0;
   AppleEvent reply = wants_reply ? AppleEvent::make_reply() : AppleEvent();
-  table->dispatch(event, reply);
+  AppleEvent event(event_class, event_id, AEDesc{});
+  if (const OSErr refused = add_parameters_from_variant(params, event); refused != noErr) {
+    if (!reply.is_null()) reply.put_long(keyErrorNumber, refused);
+  } else {
+    table->dispatch(event, reply);
+  }
   // GDBus drops the return of a call that expects none, but the invocation must still be finished.
   g_dbus_method_invocation_return_value(
       invocation, g_variant_new("(@a(uuay))", parameters_to_variant(reply.parameters())));
@@ -114,16 +118,24 @@ class DBusAppleEvents final : public AppleEventService {
     if (reply != nullptr) {
       *reply = AppleEvent::make_reply();
       const VariantPtr params(g_variant_get_child_value(body, 0));
-      add_parameters_from_variant(params.get(), *reply);
+      return add_parameters_from_variant(params.get(), *reply);
     }
     return noErr;
   }
 
+  // Asks the bus who owns the signature's name: never a walk over all names,
+  // which anyone on the bus can make as long as they like.
   OSErr find_process_by_signature(OSType signature, ProcessSerialNumber& psn) override {
     psn = ProcessSerialNumber{};
+    if (connection() == nullptr) return procNotFound;
+    const VariantPtr answer =
+        call_bus("GetNameOwner", g_variant_new("(s)", bus_name_for_signature(signature).c_str()));
+    const char* owner = nullptr;
+    if (answer) g_variant_get(answer.get(), "(&s)", &owner);
     uint32_t pid = 0;
-    if (connection() == nullptr || !owner_pid(bus_name_for_signature(signature), pid))
-      return procNotFound;
+    if (owner == nullptr || !owner_pid(owner, pid)) return procNotFound;
+    // A `psn ` target made from this answer goes to this connection.
+    found_owners_[pid] = owner;
     psn.lowLongOfPSN = pid;
     return noErr;
   }
@@ -156,8 +168,18 @@ class DBusAppleEvents final : public AppleEventService {
     return owned;
   }
 
-  // The participant's name whose owner has process ID `pid`.
+  // The participant's name whose owner has process ID `pid`: the connection
+  // last found for it by signature while it still has that pid (unique names
+  // are never reused), else the first participant name that does.
   bool name_of_pid(uint32_t pid, std::string& name) {
+    if (const auto found = found_owners_.find(pid); found != found_owners_.end()) {
+      uint32_t owner = 0;
+      if (owner_pid(found->second, owner) && owner == pid) {
+        name = found->second;
+        return true;
+      }
+      found_owners_.erase(found);
+    }
     const VariantPtr answer = call_bus("ListNames", nullptr);
     if (!answer) return false;
     GVariantIter* names = nullptr;
@@ -194,6 +216,7 @@ class DBusAppleEvents final : public AppleEventService {
   ConnectionPtr bus_;
   guint registration_ = 0;
   AEHandlerTable handlers_;
+  std::map<uint32_t, std::string> found_owners_;  // pid -> unique connection name
 };
 
 AppleEventService* installed_service = nullptr;

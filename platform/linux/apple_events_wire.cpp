@@ -21,7 +21,12 @@ GVariant* parameters_to_variant(const std::vector<AppleEvent::Parameter>& params
   return g_variant_builder_end(&builder);
 }
 
-void add_parameters_from_variant(GVariant* params, AppleEvent& event) {
+OSErr add_parameters_from_variant(GVariant* params, AppleEvent& event) {
+  // Both known without walking the array: its serialised size bounds the
+  // data it carries.
+  if (g_variant_n_children(params) > kMaxAEParameters ||
+      g_variant_get_size(params) > kMaxAEDataSize)
+    return paramErr;
   GVariantIter iter;
   g_variant_iter_init(&iter, params);
   guint32 keyword = 0;
@@ -31,9 +36,12 @@ void add_parameters_from_variant(GVariant* params, AppleEvent& event) {
     gsize size = 0;
     const auto* bytes =
         static_cast<const uint8_t*>(g_variant_get_fixed_array(data, &size, sizeof(uint8_t)));
-    event.put_param(keyword, AEDesc{type, std::vector<uint8_t>(bytes, bytes + size)});
+    const OSErr err =
+        event.put_param(keyword, AEDesc{type, std::vector<uint8_t>(bytes, bytes + size)});
     g_variant_unref(data);
+    if (err != noErr) return err;
   }
+  return noErr;
 }
 
 OSErr send_error_to_oserr(const GError* error) {

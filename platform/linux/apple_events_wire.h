@@ -29,8 +29,10 @@ std::string bus_name_for_signature(OSType signature);
 
 // A new floating a(uuay) value holding `params` in order.
 GVariant* parameters_to_variant(const std::vector<AppleEvent::Parameter>& params);
-// Adds every (keyword, type, data) of an a(uuay) value to `event`.
-void add_parameters_from_variant(GVariant* params, AppleEvent& event);
+// Adds every (keyword, type, data) of an a(uuay) value to `event`. -50, with
+// nothing copied, when the value holds more than kMaxAEParameters or more
+// than kMaxAEDataSize bytes.
+OSErr add_parameters_from_variant(GVariant* params, AppleEvent& event);
 
 // The send result for a D-Bus or I/O error.
 OSErr send_error_to_oserr(const GError* error);

@@ -1,13 +1,17 @@
 #include "platform/linux/preference_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
 #include <vector>
 
 #include "plist/limits.h"
@@ -16,29 +20,10 @@
 namespace cx::platform {
 namespace {
 
-class Fd {
- public:
-  explicit Fd(int fd) : fd_(fd) {}
-  ~Fd() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  int get() const { return fd_; }
-  // close(2) reports write-back failures that a destructor would lose.
-  bool close() {
-    const int fd = fd_;
-    fd_ = -1;
-    return ::close(fd) == 0;
-  }
+constexpr size_t kTemporarySuffix = 6;  // mkostemp's XXXXXX
 
- private:
-  int fd_;
-};
-
-bool is_regular(int fd) {
-  struct stat st {};
-  return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+std::string errno_text() {
+  return std::strerror(errno);
 }
 
 bool write_all(int fd, const std::vector<uint8_t>& bytes) {
@@ -51,69 +36,105 @@ bool write_all(int fd, const std::vector<uint8_t>& bytes) {
   return true;
 }
 
+std::string folder_of(const std::string& path) {
+  const auto slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
 // The rename itself lives in the folder; without this a crash can lose it.
 void sync_folder_of(const std::string& path) {
-  const auto slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  const Fd dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (dir.get() >= 0) ::fsync(dir.get());
+  const UniqueFd dir(::open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (dir) ::fsync(dir.get());
+}
+
+bool is_temporary_name(std::string_view name, std::string_view base) {
+  if (name.size() != base.size() + 1 + kTemporarySuffix || !name.starts_with(base) ||
+      name[base.size()] != '.')
+    return false;
+  for (const char c : name.substr(base.size() + 1))
+    if (!std::isalnum(static_cast<unsigned char>(c))) return false;
+  return true;
 }
 
 }  // namespace
 
-DomainFileRead read_domain_file(const std::string& path, plist::ValueRef& root) {
-  root = nullptr;
+DomainFile read_domain_file(const std::string& path) {
+  DomainFile file;
   // O_NONBLOCK: a FIFO planted under the name must not hang the open.
-  const Fd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (fd.get() < 0) return errno == ENOENT ? DomainFileRead::Missing : DomainFileRead::Unusable;
-  if (!is_regular(fd.get())) return DomainFileRead::Unusable;
+  const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!fd) {
+    if (errno == ENOENT) return file;
+    file.status = DomainFileRead::Unusable;
+    file.error = errno == ELOOP ? "is a symbolic link" : errno_text();
+    return file;
+  }
+  file.status = DomainFileRead::Unusable;
+  struct stat st {};
+  if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    file.error = "is not a regular file";
+    return file;
+  }
   std::vector<uint8_t> bytes;
   uint8_t chunk[65536];
   for (;;) {
     const ssize_t n = ::read(fd.get(), chunk, sizeof chunk);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return DomainFileRead::Unusable;
+    if (n < 0) {
+      file.error = errno_text();
+      return file;
+    }
     if (n == 0) break;
-    if (bytes.size() + static_cast<size_t>(n) > plist::kMaxFileSize)
-      return DomainFileRead::Unusable;
+    if (bytes.size() + static_cast<size_t>(n) > plist::kMaxFileSize) {
+      file.error = "larger than " + std::to_string(plist::kMaxFileSize) + " bytes";
+      return file;
+    }
     bytes.insert(bytes.end(), chunk, chunk + n);
   }
-  root = plist::read_plist(bytes).value;
-  return DomainFileRead::Ok;
-}
-
-DomainLock::DomainLock(const std::string& path) {
-  // Read-only is enough for flock, so users of a shared folder can all lock.
-  const int fd = ::open((path + ".lock").c_str(),
-                        O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
-  if (fd < 0) return;
-  int rc = is_regular(fd) ? 0 : -1;
-  if (rc == 0) {
-    do {
-      rc = ::flock(fd, LOCK_EX);
-    } while (rc != 0 && errno == EINTR);
+  file.mode = st.st_mode & 07777;
+  plist::ReadResult parsed = plist::read_plist(bytes);
+  if (!parsed.value) {
+    file.status = DomainFileRead::Unparsable;
+    file.error = std::move(parsed.error);
+    return file;
   }
-  if (rc == 0) {
-    fd_ = fd;
-  } else {
-    ::close(fd);
+  file.status = DomainFileRead::Ok;
+  file.root = std::move(parsed.value);
+  file.format = parsed.format;
+  return file;
+}
+
+void remove_stale_temporaries(const std::string& path) {
+  const std::string folder = folder_of(path);
+  const std::string base = path.substr(path.rfind('/') + 1);
+  const std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(folder.c_str()), ::closedir);
+  if (!dir) return;
+  while (const dirent* entry = ::readdir(dir.get())) {
+    if (!is_temporary_name(entry->d_name, base)) continue;
+    struct stat st {};
+    if (::fstatat(::dirfd(dir.get()), entry->d_name, &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISREG(st.st_mode) && st.st_uid == ::geteuid())
+      ::unlinkat(::dirfd(dir.get()), entry->d_name, 0);
   }
 }
 
-DomainLock::~DomainLock() {
-  if (fd_ >= 0) ::close(fd_);
-}
-
-bool replace_domain_file(const std::string& path, const plist::Value& root) {
-  const plist::WriteResult xml = plist::write_plist(root, plist::Format::Xml);
-  if (!xml.ok()) return false;
-  std::string temp = path + ".XXXXXX";
-  Fd fd(::mkostemp(temp.data(), O_CLOEXEC));
-  if (fd.get() < 0) return false;
-  const bool written = ::fchmod(fd.get(), 0644) == 0 && write_all(fd.get(), xml.bytes) &&
-                       ::fsync(fd.get()) == 0 && fd.close() &&
-                       ::rename(temp.c_str(), path.c_str()) == 0;
-  if (!written) {
+bool replace_domain_file(const std::string& path, const plist::Value& root, const DomainFile& file,
+                         std::string& error) {
+  const plist::WriteResult written = plist::write_plist(root, file.format);
+  if (!written.ok()) {
+    error = written.error;
+    return false;
+  }
+  std::string temp = path + "." + std::string(kTemporarySuffix, 'X');
+  UniqueFd fd(::mkostemp(temp.data(), O_CLOEXEC));
+  if (!fd) {
+    error = "cannot create a temporary file: " + errno_text();
+    return false;
+  }
+  const bool replaced = ::fchmod(fd.get(), file.mode) == 0 && write_all(fd.get(), written.bytes) &&
+                        ::fsync(fd.get()) == 0 && ::close(fd.release()) == 0 &&
+                        ::rename(temp.c_str(), path.c_str()) == 0;
+  if (!replaced) {
+    error = errno_text();
     ::unlink(temp.c_str());
     return false;
   }

@@ -1,11 +1,11 @@
 #include "platform/preferences.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
-#include <system_error>
 #include <tuple>
 
 #include "platform/folders.h"
@@ -55,6 +55,16 @@ const PendingChanges* pending_for(std::string_view domain, PrefUser user, PrefHo
   return it == pending().end() ? nullptr : &it->second;
 }
 
+// A user's own domain files may be links into their dotfiles; files shared
+// with other users never are.
+bool follows_links(PrefUser user) {
+  return user == PrefUser::Current;
+}
+
+mode_t folder_mode(PrefUser user) {
+  return user == PrefUser::Current ? 0700 : 0755;
+}
+
 plist::ValueRef copy_of(const plist::ValueRef& v) {
   return v ? plist::deep_copy(v.get()) : nullptr;
 }
@@ -74,11 +84,12 @@ plist::ValueRef copy_preference_value(std::string_view key, std::string_view dom
   if (const PendingChanges* changes = pending_for(domain, user, host)) {
     if (const auto it = changes->find(key); it != changes->end()) return copy_of(it->second);
   }
-  const std::string path = preference_file_path(domain, user, host);
+  std::string error;
+  const std::string path =
+      domain_file_target(preference_file_path(domain, user, host), follows_links(user), error);
   if (path.empty()) return nullptr;
-  plist::ValueRef root;
-  read_domain_file(path, root);
-  const auto* dict = plist::as<plist::Dictionary>(root);
+  const DomainFile file = read_domain_file(path);
+  const auto* dict = plist::as<plist::Dictionary>(file.root);
   return dict ? dict->get(key) : nullptr;
 }
 
@@ -92,17 +103,29 @@ void set_preference_value(std::string_view key, plist::ValueRef value, std::stri
 bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost host) {
   const auto scope = pending().find(Scope{std::string(domain), user, host});
   if (scope == pending().end()) return true;
-  const std::string path = preference_file_path(domain, user, host);
-  std::error_code ec;
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ec);
+  const std::string named = preference_file_path(domain, user, host);
+  const auto refuse = [&](const std::string& path, const std::string& why) {
+    std::fprintf(stderr, "Corvex preferences: %s: %s; the changes stay pending.\n", path.c_str(),
+                 why.c_str());
+    return false;
+  };
+  std::string error;
+  if (!make_folders(std::filesystem::path(named).parent_path().string(), folder_mode(user)))
+    return refuse(named, "cannot create its folder");
+  const std::string path = domain_file_target(named, follows_links(user), error);
+  if (path.empty()) return refuse(named, error);
+  // Held from the read to the rename, so that no other writer's change
+  // falls between them.
   const DomainLock lock(path);
-  if (!lock.held()) return false;
+  if (!lock.held()) return refuse(path, lock.error());
 
-  plist::ValueRef root;
-  if (read_domain_file(path, root) == DomainFileRead::Unusable) return false;
-  // Content that is not a dictionary holds no values worth keeping.
-  auto dict = plist::as<plist::Dictionary>(root) ? std::static_pointer_cast<plist::Dictionary>(root)
-                                                 : plist::make_dictionary();
+  const DomainFile file = read_domain_file(path);
+  if (file.status == DomainFileRead::Unusable || file.status == DomainFileRead::Unparsable)
+    return refuse(path, file.error);
+  if (file.root && !plist::as<plist::Dictionary>(file.root))
+    return refuse(path, "top level is not a dictionary");
+  auto dict =
+      file.root ? std::static_pointer_cast<plist::Dictionary>(file.root) : plist::make_dictionary();
   for (const auto& [key, value] : scope->second) {
     if (value) {
       dict->set(key, value);
@@ -110,7 +133,8 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
       dict->remove(key);
     }
   }
-  if (!replace_domain_file(path, *dict)) return false;
+  remove_stale_temporaries(path);
+  if (!replace_domain_file(path, *dict, file, error)) return refuse(path, error);
   pending().erase(scope);
   return true;
 }

@@ -39,6 +39,10 @@ class ControlPanelWorld {
     processes_.list.push_back({{0, pid}, signature, "app"});
     events_.add_process(signature, pid, handlers);
   }
+  // Listed as a process with `signature`, but not the owner of its name.
+  void look_alike(OSType signature, uint32_t pid) {
+    processes_.list.push_back({{0, pid}, signature, "app"});
+  }
   testing::FakeAppleEvents& events() { return events_; }
 
  private:
@@ -108,6 +112,21 @@ TEST(ControlPanelLink, EventsGoToSettingsHostFirstAndNowhereWithoutPanel) {
               c.expected_pid == kSettingsPid ? platform::noErr : platform::procNotFound);
     EXPECT_EQ(psn, (ProcessSerialNumber{0, c.expected_pid == kSettingsPid ? kSettingsPid : 0u}));
   }
+}
+
+// Anyone can list processes that claim the control panel's signature; the
+// events go to the owner of its name all the same.
+TEST(ControlPanelLink, EventsGoToTheOwnerOfTheNameNotToLookAlikes) {
+  ControlPanelWorld world;
+  for (uint32_t pid = 100; pid < 110; ++pid) {
+    world.look_alike(ae_code::kSystemPreferences, pid);
+    world.look_alike(ae_code::kControlPanelApp, pid + 100);
+  }
+  world.run(ae_code::kControlPanelApp, kPanelPid);
+  EXPECT_EQ(update_mice(), platform::noErr);
+  ASSERT_EQ(world.events().sent.size(), 1u);
+  EXPECT_EQ(target_of(world.events().sent[0].event), (ProcessSerialNumber{0, kPanelPid}));
+  EXPECT_EQ(world.events().sent[0].result, platform::noErr);
 }
 
 std::optional<int16_t> g_answer;

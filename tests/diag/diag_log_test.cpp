@@ -140,6 +140,21 @@ TEST_F(DiagLogTest, OnlyARegularFileIsWritten) {
   EXPECT_EQ(log(), "later\r\n");
 }
 
+// Another user's file planted under the log's name in the shared folder.
+TEST_F(DiagLogTest, AFileOfAnotherUserIsNotWritten) {
+  test::write_file(log_, "theirs");
+  if (::chown(log_.c_str(), ::geteuid() + 1, ::getegid()) != 0)
+    GTEST_SKIP() << "only root can give a file to another user";
+  ::testing::internal::CaptureStderr();
+  diag_line("UID 0 logged in", kRepair);
+  diag_line("again", kRepair);
+  const std::string said = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(diaginfo.file_open, 0);
+  EXPECT_EQ(test::read_file(log_), "theirs");
+  EXPECT_EQ(said, "Corvex Background: no diagnostic log is written: " + log_ +
+                      " belongs to another user.\n");
+}
+
 TEST_F(DiagLogTest, NumbersRectanglesAndPrintf) {
   diag_value_base("ID 0x", 255, 16, " has been used more than once.  Correcting.", kRepair);
   diag_value(nullptr, -42, kRepair);

@@ -1,13 +1,21 @@
 #include "platform/preferences.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "plist/plist_io.h"
 #include "plist/value.h"
+#include "tests/support/rename_hook.h"
 #include "tests/support/temp_dir.h"
 
 namespace cx::platform {
@@ -95,7 +103,7 @@ TEST_F(PreferencesTest, SetIsSeenAtOnceAndMergedOnSynchronize) {
 
   ASSERT_TRUE(synchronize_preferences("d.m", user, host));
   const plist::ReadResult merged = plist::read_plist_file(path);
-  EXPECT_EQ(merged.format, plist::Format::Xml);
+  EXPECT_EQ(merged.format, plist::Format::Binary) << "as it was";
   auto expected = plist::make_dictionary();
   expected->set("other", plist::make_int32(7));
   expected->set("k", plist::make_int32(5));
@@ -147,6 +155,134 @@ TEST_F(PreferencesTest, UnwritableOrForeignFileKeepsThePendingChanges) {
     std::filesystem::remove(preference_file_path("d.u", user, host));
     EXPECT_EQ(read("k", "d.u", user, host), -1) << "written, so no longer pending";
   }
+}
+
+constexpr auto kMe = PrefUser::Current;
+constexpr auto kAnyHost = PrefHost::Any;
+
+// Sets d.k = value in this process and synchronizes; what went to stderr.
+std::string set_and_sync(const char* domain, int32_t value, bool& written) {
+  set_preference_value("k", plist::make_int32(value), domain, kMe, kAnyHost);
+  ::testing::internal::CaptureStderr();
+  written = synchronize_preferences(domain, kMe, kAnyHost);
+  return ::testing::internal::GetCapturedStderr();
+}
+
+// A file that cannot be read is left as it is, says why and keeps the change
+// pending; one that can keeps every value it holds (dates of any year, a
+// leading byte-order mark, a binary file's exact times).
+TEST_F(PreferencesTest, UnreadableFilesAreNeverReplacedAndOthersKeepTheirValues) {
+  const std::string path = preference_file_path("d.r", kMe, kAnyHost);
+  const std::string theirs =
+      "<plist><dict><key>old</key><date>1800-03-04T05:06:07Z</date><key>far</key><date>"
+      "0501-01-01T00:00:00Z</date><key>x</key><data>AP8=</data></dict></plist>";
+  auto exact = plist::make_dictionary();
+  exact->set("t", plist::make_date(1e12 + 0.5));  // beyond what XML can hold
+  const std::vector<uint8_t> binary = plist::write_plist(*exact, plist::Format::Binary).bytes;
+  const std::string with_uid("bplist00\xD1\x01\x02\x51k\x80\x01\x08\x0B\x0D" + std::string(6, 0) +
+                             "\x01\x01" + std::string(7, 0) + "\x03" + std::string(15, 0) + "\x0F");
+  const struct {
+    std::string content;
+    const char* why;  // null: written
+  } cases[] = {
+      {"<plist><dict>\n<key>a</key><strin>x</string>", "line 2, column 13"},
+      {with_uid, "byte offset 13: UID object"},
+      {"bplist00\xD1\x01", "byte offset"},
+      {"<plist><array/></plist>", "top level is not a dictionary"},
+      {"\xEF\xBB\xBF" + theirs, nullptr},
+      {std::string(binary.begin(), binary.end()), nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.content);
+    test::write_file(path, c.content);
+    bool written = false;
+    const std::string said = set_and_sync("d.r", 4, written);
+    EXPECT_EQ(written, c.why == nullptr);
+    EXPECT_EQ(read("k", "d.r", kMe, kAnyHost), 4);
+    if (c.why != nullptr) {
+      EXPECT_NE(said.find(path + ": " + c.why), std::string::npos) << said;
+      EXPECT_EQ(test::read_file(path), c.content);
+      continue;
+    }
+    const auto before =
+        plist::read_plist({reinterpret_cast<const uint8_t*>(c.content.data()), c.content.size()});
+    auto expected =
+        std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(before.value.get()));
+    expected->set("k", plist::make_int32(4));
+    EXPECT_TRUE(plist::equal(plist::read_plist_file(path).value, expected));
+  }
+}
+
+TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksIntoTheUsersFoldersAreWrittenThrough) {
+  const std::string path = preference_file_path("d.p", kMe, kAnyHost);
+  bool written = false;
+  set_and_sync("d.p", 1, written);
+  struct stat st {};
+  ASSERT_EQ(::stat(dir_.file("config/corvex").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  ::chmod(path.c_str(), 0640);
+  set_and_sync("d.p", 2, written);
+  ASSERT_EQ(::stat(path.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0640u);
+
+  const std::string dotfile = dir_.file("dotfiles/d.p.plist");
+  std::filesystem::create_directories(dir_.file("dotfiles"));
+  std::filesystem::rename(path, dotfile);
+  std::filesystem::create_symlink(dotfile, path);
+  for (const mode_t folder_mode : {0700u, 0777u}) {  // only the user may change it; anyone may
+    ::chmod(dir_.file("dotfiles").c_str(), folder_mode);
+    const std::string said = set_and_sync("d.p", static_cast<int32_t>(folder_mode), written);
+    EXPECT_EQ(written, folder_mode == 0700u) << said;
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+    EXPECT_EQ(plist::as<plist::Number>(
+                  plist::as<plist::Dictionary>(plist::read_plist_file(dotfile).value)->get("k"))
+                  ->int_value(),
+              0700);
+  }
+}
+
+TEST_F(PreferencesTest, AHeldLockFailsTheWriteAndStaleTemporariesGo) {
+  const std::string path = preference_file_path("d.l", kMe, kAnyHost);
+  test::write_file(path + ".Ab12Cd", "left by a killed writer");
+  test::write_file(path + ".lock", "");
+  const int held = ::open((path + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(held, LOCK_EX), 0);
+  bool written = true;
+  EXPECT_NE(set_and_sync("d.l", 1, written).find(path + ".lock for longer than"),
+            std::string::npos);
+  EXPECT_FALSE(written);
+  ::close(held);
+  set_and_sync("d.l", 1, written);
+  EXPECT_TRUE(written);
+  EXPECT_FALSE(std::filesystem::exists(path + ".Ab12Cd"));
+}
+
+// The agent and a control panel both change the file: the second one's
+// whole read-merge-rename falls inside the first one's.
+TEST_F(PreferencesTest, ASecondWriterBetweenReadAndRenameLosesNothing) {
+  int go[2];
+  ASSERT_EQ(::pipe(go), 0);
+  const pid_t other = ::fork();
+  ASSERT_GE(other, 0);
+  if (other == 0) {
+    char c = 0;
+    if (::read(go[0], &c, 1) != 1) ::_exit(2);
+    set_preference_value("theirs", plist::make_int32(2), "d.w", kMe, kAnyHost);
+    ::_exit(synchronize_preferences("d.w", kMe, kAnyHost) ? 0 : 1);
+  }
+  int status = -1;
+  test::before_next_rename([&] {
+    ASSERT_EQ(::write(go[1], "g", 1), 1);
+    // Time enough for the other writer to finish, were it not locked out.
+    test::eventually([&] { return ::waitpid(other, &status, WNOHANG) == other; },
+                     std::chrono::seconds(1));
+  });
+  set_preference_value("mine", plist::make_int32(1), "d.w", kMe, kAnyHost);
+  ASSERT_TRUE(synchronize_preferences("d.w", kMe, kAnyHost));
+  if (status == -1) ::waitpid(other, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(read("mine", "d.w", kMe, kAnyHost), 1);
+  EXPECT_EQ(read("theirs", "d.w", kMe, kAnyHost), 2);
 }
 
 }  // namespace

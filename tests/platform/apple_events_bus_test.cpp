@@ -6,6 +6,8 @@
 
 #include <cctype>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "platform/apple_events.h"
+#include "platform/linux/apple_events_glib.h"
 #include "platform/processes.h"
 #include "tests/support/child_process.h"
 
@@ -213,6 +216,48 @@ TEST(AppleEventBus, PsnTargetsAndTheParticipantDirectoryFollowTheBus) {
   }
   agent.reset();
   EXPECT_TRUE(directory_becomes({{fourcc("sprf"), host->pid()}}));
+}
+
+bool g_noted = false;
+OSErr note_event(const AppleEvent&, AppleEvent&, intptr_t) {
+  g_noted = true;
+  return noErr;
+}
+
+// This process serves the control panel's signature, and also owns many more
+// participant names on a second connection that serves nothing: an event to
+// the serial number found for the signature goes to the connection that owns
+// the signature, whatever else the process owns.
+TEST(AppleEventBus, APsnFoundBySignatureReachesTheOwnerOfThatName) {
+  apple_events().handlers().install(kTestSuite, fourcc("note"), &note_event, 0);
+  ASSERT_EQ(apple_events().serve(kControlPanel), AEServeResult::ok);
+  GError* error = nullptr;
+  const dbus_ae::ConnectionPtr decoys(g_dbus_connection_new_for_address_sync(
+      std::getenv("DBUS_SESSION_BUS_ADDRESS"),
+      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+      nullptr, nullptr, &error));
+  ASSERT_TRUE(decoys) << error->message;
+  for (unsigned i = 0; i < 200; ++i) {
+    char name[64];
+    std::snprintf(name, sizeof name, "com.velcorra.corvex.sig.S%08X", 0x10000000u + i);
+    const dbus_ae::VariantPtr granted(g_dbus_connection_call_sync(
+        decoys.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "RequestName", g_variant_new("(su)", name, 4u), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+        nullptr, nullptr));
+    ASSERT_TRUE(granted);
+  }
+  ProcessSerialNumber psn{};
+  ASSERT_EQ(apple_events().find_process_by_signature(kControlPanel, psn), noErr);
+  EXPECT_EQ(psn, (ProcessSerialNumber{0, static_cast<uint32_t>(::getpid())}));
+  ASSERT_EQ(apple_events().send(AppleEvent(kTestSuite, fourcc("note"), make_psn_desc(psn)), nullptr,
+                                AESendMode::no_reply),
+            noErr);
+  for (int i = 0; i < 500 && !g_noted; ++i) {
+    g_main_context_iteration(nullptr, FALSE);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  EXPECT_TRUE(g_noted);
 }
 
 // Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac answer.

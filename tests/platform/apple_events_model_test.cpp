@@ -102,6 +102,14 @@ TEST(AppleEventModel, ParametersKeepOrderReplaceAndReportMissing) {
   EXPECT_TRUE(no_reply.parameters().empty());
 }
 
+TEST(AppleEventModel, ParameterCountAndDataSizeAreBounded) {
+  AppleEvent event = AppleEvent::make_reply();
+  for (OSType k = 1; k <= kMaxAEParameters; ++k) ASSERT_EQ(event.put_shor(k, 1), noErr);
+  EXPECT_EQ(event.put_shor(0, 1), paramErr);
+  EXPECT_EQ(event.put_param(1, AEDesc{typeWildCard, Bytes(kMaxAEDataSize - 2045)}), paramErr);
+  EXPECT_EQ(event.put_param(1, AEDesc{typeWildCard, Bytes(kMaxAEDataSize - 2046)}), noErr);
+}
+
 OSErr answer_refcon(const AppleEvent&, AppleEvent& reply, intptr_t refcon) {
   return reply.put_long(keyDirectObject, static_cast<int32_t>(refcon));
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "platform/apple_events.h"
 #include "platform/linux/apple_events_glib.h"
 #include "platform/linux/apple_events_wire.h"
@@ -44,6 +46,34 @@ TEST(AppleEventWire, ParametersFromTextFormAsGdbusWouldSendThem) {
   // A repeated keyword replaces the earlier value, as put_param does.
   ASSERT_EQ(event.parameters().size(), 1u);
   EXPECT_EQ(*event.find_param(keyDirectObject), make_shor_desc(1));
+}
+
+// Refused whole, before a byte is copied: too many parameters, or too much data.
+TEST(AppleEventWire, OversizedParameterArraysAreRefused) {
+  const auto wire_of = [](size_t count, size_t data_size) {
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE("a(uuay)"));
+    const std::vector<uint8_t> data(data_size);
+    for (size_t i = 0; i < count; ++i) {
+      g_variant_builder_add(&builder, "(uu@ay)", static_cast<guint32>(i), typeWildCard,
+                            g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, data.data(), data.size(),
+                                                      sizeof(uint8_t)));
+    }
+    return VariantPtr(g_variant_ref_sink(g_variant_builder_end(&builder)));
+  };
+  const struct {
+    size_t count, data_size;
+    OSErr result;
+  } cases[] = {
+      {kMaxAEParameters, 4, noErr},    {kMaxAEParameters + 1, 4, paramErr}, {100000, 0, paramErr},
+      {1, kMaxAEDataSize - 64, noErr}, {1, kMaxAEDataSize, paramErr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.count);
+    AppleEvent event = AppleEvent::make_reply();
+    EXPECT_EQ(add_parameters_from_variant(wire_of(c.count, c.data_size).get(), event), c.result);
+    EXPECT_EQ(event.parameters().size(), c.result == noErr ? c.count : 0);
+  }
 }
 
 TEST(AppleEventWire, DbusErrorsBecomeSendResults) {

@@ -118,15 +118,14 @@ TEST(BinaryReadTest, MalformedObjectsAreRefused) {
        "byte offset 8: object runs past the object area"},
       {{0x13, 0x00}, "byte offset 8: object runs past the object area"},
       {{0x00}, "byte offset 8: unsupported object type 0x00"},
-      {{0x80, 0x01}, "byte offset 8: unsupported object type 0x80"},
+      {{0x80, 0x01}, "byte offset 8: UID object (a keyed archive), not a property list value"},
       {{0xC0}, "byte offset 8: unsupported object type 0xc0"},
       {{0x15}, "byte offset 8: unsupported object type 0x15"},
       {{0x52, 'a', 0x80}, "byte offset 10: non-ASCII byte in an ASCII string"},
       {{0x52, 'a', 0x00}, "byte offset 10: NUL in a string"},
       {{0x61, 0xD8, 0x00}, "byte offset 9: unpaired UTF-16 surrogate"},
       {{0x61, 0xDC, 0x00}, "byte offset 9: unpaired UTF-16 surrogate"},
-      {{0x33, 0x41, 0xF0, 0, 0, 0, 0, 0, 0}, "byte offset 8: date out of range"},  // 2^32 s
-      {{0x33, 0x7F, 0xF8, 0, 0, 0, 0, 0, 0}, "byte offset 8: date out of range"},  // NaN
+      {{0x33, 0x7F, 0xF8, 0, 0, 0, 0, 0, 0}, "byte offset 8: date is not a finite time"},  // NaN
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.error);

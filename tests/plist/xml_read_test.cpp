@@ -64,7 +64,6 @@ TEST(XmlReadTest, MalformedValuesAndShapesAreRefused) {
       {in_plist("<real>0x1p3</real>"), "bad real text"},
       {in_plist("<date>2005-02-30T00:00:00Z</date>"), "bad date text"},
       {in_plist("<date>2005-01-01T00:00:00</date>"), "bad date text"},
-      {in_plist("<date>2070-01-01T00:00:00Z</date>"), "date out of range"},
       {in_plist("<data>AAE</data>"), "bad base64 data"},
       {in_plist("<data>A=B=</data>"), "bad base64 data"},
       {in_plist("<dict><key>a</key></dict>"), "<key> without a value"},
@@ -100,6 +99,7 @@ TEST(XmlReadTest, AcceptsWhatWellFormedWritersProduce) {
       "<key><![CDATA[a<b]]></key><string/>"
       "<key>n</key><integer> -0x10 </integer>"
       "<key>r</key><real>-infinity</real>"
+      "<key>d</key><date>1800-03-04T05:06:07Z</date>"
       "</dict></plist>\n<!-- trailer -->\n");
   ASSERT_NE(r.value, nullptr) << r.error;
   EXPECT_NE(read_text(nested_arrays(kMaxDepth)).value, nullptr);
@@ -108,6 +108,14 @@ TEST(XmlReadTest, AcceptsWhatWellFormedWritersProduce) {
   EXPECT_EQ(as<String>(d->get("a<b"))->text(), "");
   EXPECT_EQ(as<Number>(d->get("n"))->int_value(), -16);
   EXPECT_EQ(as<Number>(d->get("r"))->real_value(), -INFINITY);
+  EXPECT_EQ(as<Date>(d->get("d"))->absolute_time(), -6337594433.0);
+}
+
+TEST(XmlReadTest, AByteOrderMarkIsNoCharacterOfTheDocument) {
+  const ReadResult r = read_text("\xEF\xBB\xBF" + in_plist("<string>x</string>"));
+  ASSERT_NE(r.value, nullptr) << r.error;
+  EXPECT_EQ(as<String>(r.value)->text(), "x");
+  EXPECT_EQ(refusal("\xEF\xBB\xBF<plist>\n<bogus/>"), "line 2, column 1: unknown element <bogus>");
 }
 
 }  // namespace
