@@ -83,9 +83,9 @@ TEST(AppleEventBus, CorvexctlCommandsReachTheAgentWithTheirData) {
   const auto fake = start_fake();
   const std::pair<std::vector<std::string>, std::string> ok[] = {
       {{"status"}, "active\n"},
-      {{"save"}, "save result: 0\n"},
-      {{"restore", "buttons"}, "restore result: 0\n"},
-      {{"restore", "acceleration"}, "restore result: 0\n"},
+      {{"save"}, "save result: 1\n"},
+      {{"restore", "buttons"}, "restore result: 1\n"},
+      {{"restore", "acceleration"}, "restore result: 1\n"},
       {{"menu-extra", "show"}, ""},
       {{"menu-extra", "hide"}, ""},
   };

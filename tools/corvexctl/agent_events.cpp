@@ -10,8 +10,6 @@ using namespace platform;
 namespace {
 
 constexpr OSType kAgent = fourcc("VCVX");
-// write_plist_prefs answers 1 when the write pass ran.
-constexpr int16_t kSaved = 1;
 
 }  // namespace
 
@@ -76,7 +74,7 @@ int save_preferences(bool quiet_absent) {
   int16_t result = 0;
   if (const int rc = ask_agent(kSuite, fourcc("wprf"), nullptr, reply); rc != kExitOk) return rc;
   if (!direct_shor(reply, fourcc("wprf"), result)) return kExitFailed;
-  if (result == kSaved) return kExitOk;
+  if (result == kAgentDone) return kExitOk;
   std::fprintf(stderr, "corvexctl: the agent did not save the preference file (wprf answered %d)\n",
                result);
   return kExitFailed;

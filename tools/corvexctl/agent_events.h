@@ -14,6 +14,8 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitFailed = 3;
 
 inline constexpr platform::OSType kSuite = platform::fourcc("cxvx");
+// What wprf and rdpf answer when the agent saved or restored.
+inline constexpr int16_t kAgentDone = 1;
 
 // Sends the event to the agent and waits for its reply; the exit status on
 // failure (after one line on standard error), else kExitOk.

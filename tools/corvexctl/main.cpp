@@ -42,14 +42,15 @@ int status() {
   return kExitOk;
 }
 
-// wprf and rdpf: prints the agent's 16-bit result; fails unless it is 0.
+// wprf and rdpf: prints the agent's 16-bit result, 1 when it saved or
+// restored; fails otherwise.
 int result_command(OSType event_id, const AppleEvent::Parameter* param, const char* label) {
   AppleEvent reply;
   int16_t result = 0;
   if (const int rc = ask_agent(kSuite, event_id, param, reply); rc != kExitOk) return rc;
   if (!direct_shor(reply, event_id, result)) return kExitFailed;
   std::printf("%s: %d\n", label, result);
-  return result == 0 ? kExitOk : kExitFailed;
+  return result == kAgentDone ? kExitOk : kExitFailed;
 }
 
 int restore(std::string_view what) {
