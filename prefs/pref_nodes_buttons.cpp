@@ -157,10 +157,11 @@ void write_a_button_data(PrefNode* node) {
     auto responses = plist::make_array();
     responses->append(target);
     self->user_value = responses;
-    put_pref(node);
+    // The read made the node indexed; the whole array goes to the parent.
+    put_top_pref(node);
     self->flags |= pref_flag::changed;
   } else if (self->flags & pref_flag::user_present) {
-    del_pref(node);
+    del_top_pref(node);
   }
 }
 
