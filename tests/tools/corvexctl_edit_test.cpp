@@ -146,6 +146,9 @@ TEST_F(CorvexctlEditTest, BindRunsInItsApplicationIsSavedAndUnbindRestoresTheDef
   ASSERT_TRUE(plist::as<plist::String>(saved_url))
       << read_file(session_.dir() + "/config/corvex/Preferences/com.velcorra.corvex.plist");
   EXPECT_EQ(plist::as<plist::String>(saved_url)->text(), url);
+  // The new set started as the defaults: nothing else of it is saved.
+  EXPECT_FALSE(at(saved(), {"ApplicationSetData", "TextEdit", "ScrollingData"}));
+  EXPECT_FALSE(at(saved(), {"ApplicationSetData", "TextEdit", "ButtonData", "LeftButton"}));
 
   // What show --plist prints is what the save wrote.
   const CommandResult preview = ctl({"show", "--plist"});

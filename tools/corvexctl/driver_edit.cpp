@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "driver/app_requests.h"
+#include "driver/data_requests.h"
 #include "driver/driver_connection.h"
 #include "driver/request_codes.h"
 #include "driver/response_requests.h"
@@ -98,6 +99,20 @@ bool send_responses(const std::vector<ButtonResponse>& responses) {
     std::fprintf(stderr, "corvexctl: the driver refused the response (status %d)\n", stored);
     return false;
   }
+}
+
+bool send_scrolling(ScrollingRecord record) {
+  if (CXAccessAppData(kScrollingRecord, kDataModeWrite, record.data(), record.size()) > 0)
+    return true;
+  std::fprintf(stderr, "corvexctl: the driver refused the scrolling settings\n");
+  return false;
+}
+
+std::optional<ScrollingRecord> fetch_scrolling() {
+  ScrollingRecord record{};
+  if (CXAccessAppData(kScrollingRecord, kDataModeRead, record.data(), record.size()) <= 0)
+    return std::nullopt;
+  return record;
 }
 
 std::vector<uint8_t> fetch_responses(uint8_t mods) {

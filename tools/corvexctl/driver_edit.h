@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "plist/value.h"
+#include "tools/corvexctl/scrolling_record.h"
 
 namespace cx::corvexctl {
 
@@ -51,6 +53,11 @@ struct ButtonResponse {
 // when one cannot be built or the driver refuses the run (it then keeps
 // everything as it was).
 bool send_responses(const std::vector<ButtonResponse>& responses);
+
+// The edited set's scrolling record: sets it (false after a message), or
+// fetches it (nothing when the driver gives none).
+bool send_scrolling(ScrollingRecord record);
+std::optional<ScrollingRecord> fetch_scrolling();
 
 // The run of response blocks of every button under `mods` in the edited set
 // (a copy: the reply buffer is reused by the next request).

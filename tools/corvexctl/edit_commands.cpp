@@ -103,6 +103,7 @@ int edit(const std::string& command, const EditTarget& target, bool create,
     const ButtonResponse bound{target.button, target.mods, std::move(response)};
     if (!send_responses(created ? new_set_responses(bound) : std::vector{bound}))
       return kExitFailed;
+    if (created && !send_scrolling(default_scrolling())) return kExitFailed;
   }  // the agent's save needs control-panel mode itself
   const std::string where = is_global_app(target.app) ? "the global set" : target.app;
   const std::string mods = target.mods == 0 ? "" : mods_text(target.mods) + "+";

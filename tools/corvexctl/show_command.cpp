@@ -15,16 +15,11 @@
 namespace cx::corvexctl {
 namespace {
 
-// Driver records: acceleration levels (global 2), chording speed (global
-// 9), an application set's scrolling (application data 72).
+// Driver records: acceleration levels (global 2), chording speed (global 9).
 constexpr int16_t kAccelerationRecord = 2;
 constexpr size_t kAccelerationSize = 5;
 constexpr int16_t kChordingRecord = 9;
 constexpr size_t kChordingSize = 4;
-constexpr int16_t kScrollingRecord = 72;
-constexpr size_t kScrollingSize = 4;
-constexpr uint16_t kClockwiseIsUp = 2;
-constexpr uint16_t kSwapAxes = 4;
 constexpr const char* kLevelNames[kAccelerationSize] = {"Tball2", "Mouse4", "Tball4", "Mouse8",
                                                         "Tball8"};
 
@@ -73,10 +68,10 @@ void print_buttons(bool global) {
 }
 
 void print_scrolling() {
-  uint8_t record[kScrollingSize] = {};
-  if (CXAccessAppData(kScrollingRecord, kDataModeRead, record, kScrollingSize) <= 0) return;
-  const unsigned flags = unsigned{record[2]} << 8 | record[3];
-  std::printf("  scrolling: speed %u, clockwise is up %s, swap axes %s\n", unsigned{record[0]},
+  const std::optional<ScrollingRecord> record = fetch_scrolling();
+  if (!record) return;
+  const uint16_t flags = scrolling_flags(*record);
+  std::printf("  scrolling: speed %u, clockwise is up %s, swap axes %s\n", unsigned{(*record)[0]},
               (flags & kClockwiseIsUp) ? "yes" : "no", (flags & kSwapAxes) ? "yes" : "no");
 }
 
