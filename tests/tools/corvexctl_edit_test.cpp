@@ -122,7 +122,7 @@ TEST_F(CorvexctlEditTest, BadInputNamesTheWordAndChangesNothing) {
       {{"frobnicate"}, "'frobnicate'; accepted: status"},
   };
   for (const auto& [args, message] : cases) {
-    SCOPED_TRACE(args[0] + " " + args[1]);
+    SCOPED_TRACE(message);
     const CommandResult r = ctl(args);
     EXPECT_EQ(r.exit_status, 2);
     EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
