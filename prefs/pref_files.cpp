@@ -6,6 +6,7 @@
 #include "diag/diag_writers.h"
 #include "platform/preferences.h"
 #include "prefs/pref_domain.h"
+#include "prefs/pref_leaf.h"
 #include "prefs/pref_schema.h"
 #include "prefs/pref_tree.h"
 
@@ -28,16 +29,6 @@ void move_key(plist::Dictionary* dict, const char* from, const char* to) {
     dict->set(to, v);
     dict->remove(from);
   }
-}
-
-// A restore reads with user values ignored, which leaves the nodes without
-// them; reading the subtree again into the tree alone gives them back, so
-// that the next save compares the restored driver with what the user has.
-void refresh_tree_only(PrefNode* node, pref_node_fn read) {
-  pref_item_info* info = get_object_info(node);
-  info->flags = pref_flag::tree_only;
-  read(node);
-  info->flags &= ~pref_flag::tree_only;
 }
 
 }  // namespace
@@ -144,8 +135,10 @@ int retore_default_prefs(pref_tree_ref* root, uint32_t selector) {
     }
   }
   restoring_defaults = 0;
+  // The restore read left these nodes without their user values; the next
+  // save compares the restored driver with them.
   for (PrefNode* node : refreshed)
-    if (node) refresh_tree_only(node, get_object_info(node)->read_fn);
+    if (node) refresh_from_dictionaries(node);
   return result;
 }
 

@@ -1,5 +1,7 @@
 #include "prefs/pref_leaf.h"
 
+#include "driver/data_requests.h"
+
 #include <cstring>
 
 namespace cx {
@@ -63,6 +65,25 @@ void apply_leaf_rule(PrefNode* node, const plist::ValueRef& driver_value, plist:
 
 void keep_user_value(pref_item_info* info) {
   if (info->flags & pref_flag::user_present) info->flags |= pref_flag::changed;
+}
+
+void refresh_from_dictionaries(PrefNode* node) {
+  pref_item_info* info = get_object_info(node);
+  info->flags = pref_flag::tree_only;
+  info->read_fn(node);
+  info->flags &= ~pref_flag::tree_only;
+}
+
+void write_record_children(PrefNode* node, record_access access, int16_t index, uint8_t* record,
+                           uint32_t size) {
+  pref_item_info* self = get_object_info(node);
+  if (access(index, kDataModeRead, record, size) <= 0) {
+    keep_user_value(self);
+    return;
+  }
+  self->scratch = record;
+  call_children(node, 1);
+  self->scratch = nullptr;
 }
 
 }  // namespace cx

@@ -199,18 +199,9 @@ void read_scrolling_data(PrefNode* node) {
 }
 
 void write_scrolling_data(PrefNode* node) {
-  pref_item_info* self = get_object_info(node);
-  self->flags = pref_flag::tree_only;
-  read_scrolling_data(node);
-  self->flags &= ~pref_flag::tree_only;
+  refresh_from_dictionaries(node);
   uint8_t record[kScrollingSize] = {};
-  if (CXAccessAppData(kScrollingRecord, kDataModeRead, record, kScrollingSize) <= 0) {
-    keep_user_value(self);
-    return;
-  }
-  self->scratch = record;
-  call_children(node, 1);
-  self->scratch = nullptr;
+  write_record_children(node, CXAccessAppData, kScrollingRecord, record, kScrollingSize);
 }
 
 void read_scrollspeed_data(PrefNode* node) {

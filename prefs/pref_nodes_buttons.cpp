@@ -77,9 +77,7 @@ void read_buttons_data(PrefNode* node) {
 
 void write_buttons_data(PrefNode* node) {
   pref_item_info* self = get_object_info(node);
-  self->flags = pref_flag::tree_only;
-  read_buttons_data(node);
-  self->flags &= ~pref_flag::tree_only;
+  refresh_from_dictionaries(node);
   fetched_responses fetched;
   int16_t status = 0;
   fetched.block = GetResponses(0, kAllButtonsEnd, 0, 0, &fetched.length, &status);
@@ -153,11 +151,11 @@ void write_a_button_data(PrefNode* node) {
     if (plist::as<plist::Dictionary>(*first))
       target = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(first->get()));
   put_resp_data(&work, &target, default_response(*self));
+  // The button's elements are unpacked, so it is stored or removed whole.
   if (self->flags & pref_flag::changed) {
     auto responses = plist::make_array();
     responses->append(target);
     self->user_value = responses;
-    // The read made the node indexed; the whole array goes to the parent.
     put_top_pref(node);
     self->flags |= pref_flag::changed;
   } else if (self->flags & pref_flag::user_present) {

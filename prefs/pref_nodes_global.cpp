@@ -36,17 +36,6 @@ void read_record_node(PrefNode* node, int16_t index, uint8_t* record, uint32_t s
   self->scratch = nullptr;
 }
 
-void write_record_node(PrefNode* node, int16_t index, uint8_t* record, uint32_t size) {
-  pref_item_info* self = get_object_info(node);
-  if (CXAccessGlobalData(index, kDataModeRead, record, size) <= 0) {
-    keep_user_value(self);
-    return;
-  }
-  self->scratch = record;
-  call_children(node, 1);
-  self->scratch = nullptr;
-}
-
 void read_level(PrefNode* node, int byte) {
   auto* record = parent_scratch<uint8_t>(node);
   if (!record) return;
@@ -70,7 +59,7 @@ void read_table(PrefNode* node, int16_t index) {
 
 void write_table(PrefNode* node, int16_t index) {
   uint8_t table[kTableSize] = {};
-  write_record_node(node, index, table, kTableSize);
+  write_record_children(node, CXAccessGlobalData, index, table, kTableSize);
 }
 
 // The elements a table child reads: the user's when there are any.
@@ -100,7 +89,7 @@ void read_accel_data(PrefNode* node) {
 }
 void write_accel_data(PrefNode* node) {
   uint8_t levels[kLevelsSize] = {};
-  write_record_node(node, kAccelLevelsRecord, levels, kLevelsSize);
+  write_record_children(node, CXAccessGlobalData, kAccelLevelsRecord, levels, kLevelsSize);
 }
 
 void read_tball2accel_data(PrefNode* node) {

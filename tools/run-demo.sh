@@ -4,7 +4,8 @@
 # reference driver and the agent. corvex-driverctl plays the hardware,
 # corvex-desktopctl the window manager, corvexctl the control panel. At the
 # end it shows what the control panel heard, the agent's diagnostic log and
-# the driver's view.
+# the driver's view. The user starts with a preference file that binds
+# button 4 per application: Cmd+W in TextEdit, a pasted text elsewhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/install-deps.sh
@@ -58,6 +59,70 @@ cat >"$XDG_CONFIG_HOME/corvex/Preferences/ByHost/com.velcorra.corvex.background.
 </plist>
 PLIST
 
+prefs=$XDG_CONFIG_HOME/corvex/Preferences/com.velcorra.corvex.plist
+cat >"$prefs" <<'PLIST'
+<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+	<key>CXPrefData</key>
+	<dict>
+		<key>ApplicationSetData</key>
+		<dict>
+			<key>Default</key>
+			<dict>
+				<key>ApplicationName</key>
+				<string>Default</string>
+				<key>ButtonData</key>
+				<dict>
+					<key>B4Button</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Sign</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>PasteText</key>
+								<string>Kind regards,</string>
+							</dict>
+						</dict>
+					</array>
+				</dict>
+			</dict>
+			<key>com.apple.TextEdit</key>
+			<dict>
+				<key>ApplicationName</key>
+				<string>TextEdit</string>
+				<key>ButtonData</key>
+				<dict>
+					<key>B4Button</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Close Window</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>Keystrokes</key>
+								<array>
+									<string>Cmd+W</string>
+								</array>
+							</dict>
+						</dict>
+					</array>
+				</dict>
+			</dict>
+		</dict>
+		<key>PrefVersion</key>
+		<string>4.0.0</string>
+	</dict>
+</dict>
+</plist>
+PLIST
+
 ctl="$bin/tools/driverctl/corvex-driverctl"
 cp="$bin/tools/corvexctl/corvexctl"
 desk="$bin/tools/desktopctl/corvex-desktopctl"
@@ -80,19 +145,31 @@ done
 echo "corvexctl status: $("$cp" status)"
 
 echo
-echo "== The control panel binds button 3 to a URL and button 4 to a text"
-"$cp" bind B4Button LaunchURL "https://www.example.org/corvex"
-"$cp" bind ChordButton PasteText "Kind regards,"
+echo "== The user's preference file reached the driver when the agent became active"
+"$ctl" state
 
 echo
-echo "== The user brings TextEdit to the front, then Safari, then TextEdit again"
+echo "== Button 4 (driver button 3) in TextEdit, then in Safari"
+echo "   (the driver's log at the end shows Cmd+W typed, then a text queued for pasting)"
 sleep 1  # the agent looks at the front application every 0.2 s after its first second
-for app in TextEdit Safari TextEdit; do
+for app in TextEdit Safari; do
   "$desk" front "$app"
   sleep 0.5
+  "$ctl" press 3
 done
 
-echo "== In TextEdit the user presses buttons 3 and 4, then a chord; a mouse is plugged in"
+echo
+echo "== The control panel binds button 4 to a URL and the chord button to a text, and saves"
+"$cp" bind B4Button LaunchURL "https://www.example.org/corvex"
+"$cp" bind ChordButton PasteText "Kind regards,"
+"$cp" save
+echo "The saved preference file:"
+cat "$prefs"
+
+echo
+echo "== Back in TextEdit the user presses both buttons, then a chord; a mouse is plugged in"
+"$desk" front TextEdit
+sleep 0.5
 "$ctl" press 3
 "$ctl" press 4
 "$ctl" chord

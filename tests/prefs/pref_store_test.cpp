@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "agent/agent_state.h"
+#include "model/act_item.h"
 #include "plist/plist_io.h"
 #include "prefs/pref_files.h"
 #include "tests/prefs/pref_fixture.h"
@@ -290,6 +291,18 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
   EXPECT_EQ(save(), 1);
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_TRUE(plist::equal(read_user(), rich));
+
+  // The control panel makes the global button 4 a plain click; its name stays.
+  std::vector<uint8_t> click(2 * kActItemWireSize);
+  encode_act_item(make_act_item(0, 0, 1, 1, 0), click.data());
+  encode_act_item(make_act_item(0, 0, 2, 2, 0), click.data() + kActItemWireSize);
+  auto& state = driver_.mutable_state();
+  ASSERT_EQ(state.store_list(state.apps.global(), refdriver::response_key(0, 3, 0), click), 1);
+  save();
+  EXPECT_TRUE(plist::equal(at(read_user(), std::string(kDefaultSet) + "ButtonData/B4Button"),
+                           parse("<array><dict><key>ButtonLabel</key><string>Sign</string>"
+                                 "<key>Response</key><dict><key>StandardResponse</key>"
+                                 "<string>Click</string></dict></dict></array>")));
 }
 
 TEST_F(PrefStoreTest, RestoringButtonsSendsTheDefaultsOfTheEditedSet) {
