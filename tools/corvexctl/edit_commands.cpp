@@ -19,7 +19,7 @@ struct EditTarget {
   uint8_t mods = 0;
 };
 
-// Words after an option's name that are not options themselves.
+// Every other word is a button, a kind or a value.
 bool is_option(const std::string& word) {
   return word.starts_with("--");
 }
@@ -51,6 +51,7 @@ int select_target(const std::string& command, const std::string& app, bool creat
   AppSetName chosen;
   const std::vector<AppSetName> sets = listed_app_sets();
   if (is_global_app(app)) {
+    // The global set: an empty key and name.
   } else if (const AppSetName* found = find_app_set(sets, app)) {
     chosen = *found;
   } else if (create) {
