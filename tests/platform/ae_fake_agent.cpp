@@ -63,12 +63,12 @@ OSErr on_gbac(const AppleEvent&, AppleEvent& reply, intptr_t) {
 
 OSErr on_wprf(const AppleEvent&, AppleEvent& reply, intptr_t) {
   std::printf("wprf reply=%s\n", kind(reply));
-  return reply.put_shor(keyDirectObject, 0);
+  return reply.put_shor(keyDirectObject, 1);
 }
 
 OSErr on_rdpf(const AppleEvent& event, AppleEvent& reply, intptr_t) {
   std::printf("rdpf %d reply=%s\n", data_or_zero(event), kind(reply));
-  return reply.put_shor(keyDirectObject, 0);
+  return reply.put_shor(keyDirectObject, data_or_zero(event) == 1 ? 1 : 0);
 }
 
 OSErr on_minf(const AppleEvent&, AppleEvent& reply, intptr_t) {
