@@ -2,13 +2,13 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 
 #include "diag/diag_config.h"
 #include "diag/diag_log_file.h"
 #include "diag/diag_state.h"
 #include "diag/diag_writers.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -24,18 +24,14 @@ void BM_DiagLineFilteredOut(benchmark::State& state) {
 BENCHMARK(BM_DiagLineFilteredOut);
 
 void BM_DiagLineWritten(benchmark::State& state) {
-  std::string dir = (std::filesystem::temp_directory_path() / "cxdiagbench.XXXXXX").string();
-  if (mkdtemp(dir.data()) == nullptr) {
-    state.SkipWithError("no temporary folder");
-    return;
-  }
-  const std::string path = dir + "/log.txt";
+  const cx::test::TempDir dir("cxdiagbench");
+  if (dir.path().empty()) return state.SkipWithError("no temporary folder");
+  const std::string path = dir.file("log.txt");
   cx::diag_reset_state();
   cx::cc_diag_set_window_info(nullptr, path.c_str(), 0, 0, 0, 0, 0, 0, 1);
   cx::cc_diag_set_display_level(0x1ffff);
   for (auto _ : state) cx::diag_line("Switching App to Finder", 0x1ffff);
   cx::diag_reset_state();
-  std::filesystem::remove_all(dir);
 }
 BENCHMARK(BM_DiagLineWritten);
 

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/temp_dir.h"
+
 namespace cx::test {
 namespace {
 
@@ -18,16 +20,10 @@ namespace fs = std::filesystem;
 class BundleTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "cx_bundle_XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
-    resources_ = root_ / "Host.app" / "Contents" / "Resources";
+    ASSERT_FALSE(dir_.path().empty());
     fs::create_directories(resources_);
   }
-  void TearDown() override {
-    unsetenv("CORVEX_BUNDLE");
-    fs::remove_all(root_);
-  }
+  void TearDown() override { unsetenv("CORVEX_BUNDLE"); }
   void write(const std::string& name, const std::string& text) {
     std::ofstream(resources_ / name, std::ios::binary) << text;
   }
@@ -39,8 +35,9 @@ class BundleTest : public ::testing::Test {
     return platform::create_nib_reference(*host(), "Face", nib);
   }
 
-  fs::path root_;
-  fs::path resources_;
+  test::TempDir dir_{"cxbundle"};
+  fs::path root_{dir_.path()};
+  fs::path resources_{root_ / "Host.app" / "Contents" / "Resources"};
 };
 
 TEST_F(BundleTest, ResourcesByNameAndType) {

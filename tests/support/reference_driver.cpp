@@ -1,26 +1,19 @@
 #include "tests/support/reference_driver.h"
 
-#include <stdlib.h>
-
-#include <filesystem>
-
 #include "refdriver/event_codes.h"
 
 namespace cx::test {
 
 ReferenceDriver::ReferenceDriver(const Setup& setup, uint32_t adb_mice) : adb_mice_(adb_mice) {
-  char pattern[] = "/tmp/cxdrv.XXXXXX";
-  if (!mkdtemp(pattern)) {
+  if (dir_.path().empty()) {
     error_ = "no temporary service directory";
     return;
   }
-  dir_ = pattern;
   start(setup);
 }
 
 ReferenceDriver::~ReferenceDriver() {
   stop();
-  if (!dir_.empty()) std::filesystem::remove_all(dir_);
 }
 
 bool ReferenceDriver::start(const Setup& setup) {
@@ -28,7 +21,7 @@ bool ReferenceDriver::start(const Setup& setup) {
   state_ = std::make_unique<refdriver::DriverState>();
   if (setup) setup(*state_);
   handler_ = std::make_unique<refdriver::RequestHandler>(*state_, *this);
-  server_ = refdriver::TransportServer::create(dir_, adb_mice_, *handler_, error_);
+  server_ = refdriver::TransportServer::create(dir_.path(), adb_mice_, *handler_, error_);
   if (server_) thread_ = std::thread([server = server_.get()] { server->run(); });
   return server_ != nullptr;
 }

@@ -13,6 +13,7 @@
 #include "refdriver/driver_state.h"
 #include "refdriver/request_handler.h"
 #include "refdriver/transport_server.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::test {
 
@@ -30,7 +31,7 @@ class ReferenceDriver final : public refdriver::DriverSink {
   bool start(const Setup& setup = {});
   void stop();
   bool running() const { return server_ != nullptr; }
-  const std::string& dir() const { return dir_; }
+  const std::string& dir() const { return dir_.path(); }
   const std::string& error() const { return error_; }
   const refdriver::DriverState& state() const { return *state_; }
   // For changes between requests: the server only touches the state while it
@@ -43,7 +44,8 @@ class ReferenceDriver final : public refdriver::DriverSink {
 
  private:
   uint32_t adb_mice_;
-  std::string dir_, error_;
+  TempDir dir_{"cxdrv"};
+  std::string error_;
   std::unique_ptr<refdriver::DriverState> state_;
   std::unique_ptr<refdriver::RequestHandler> handler_;
   std::unique_ptr<refdriver::TransportServer> server_;
