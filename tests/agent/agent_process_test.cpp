@@ -156,6 +156,10 @@ TEST_F(AgentProcessTest, FollowsItsLogindSessionOnAndOffTheConsole) {
   logind.set_active("c7", true);
   ASSERT_TRUE(session_.agent_active());
   EXPECT_TRUE(logged("User Session Activated"));
+  // The driver asks the console session's agent to announce itself.
+  EXPECT_EQ(session_.driverctl({"console-switch", uid}).exit_status, 0);
+  EXPECT_TRUE(logged("UID Event with uid=" + uid + ", action=15"));
+  EXPECT_TRUE(session_.agent_active());
   EXPECT_EQ(session_.agent->terminate(), 0);
   EXPECT_EQ(session_.agent->errors().find("cannot be reached"), std::string::npos);
 }
