@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 tools/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev -j "$(nproc)" --target corvex-background corvex-driverd \
-  corvex-driverctl corvexctl corvex-desktopctl corvex-showcase cx_resources
+  corvex-driverctl corvexctl corvex-desktopctl cx_resources
 
 bin=build/dev
 work=$(mktemp -d)
@@ -160,7 +160,8 @@ done
 
 echo
 echo "== The control panel binds button 4 to a URL and the chord button to a text, and saves"
-"$bin/tools/showcase/corvex-showcase" bind "https://www.example.org/corvex" "Kind regards,"
+"$cp" bind B4Button LaunchURL "https://www.example.org/corvex"
+"$cp" bind ChordButton PasteText "Kind regards,"
 "$cp" save
 echo "The saved preference file:"
 cat "$prefs"

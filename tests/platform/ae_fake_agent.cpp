@@ -68,7 +68,7 @@ OSErr on_wprf(const AppleEvent&, AppleEvent& reply, intptr_t) {
 
 OSErr on_rdpf(const AppleEvent& event, AppleEvent& reply, intptr_t) {
   std::printf("rdpf %d reply=%s\n", data_or_zero(event), kind(reply));
-  return reply.put_shor(keyDirectObject, 1);
+  return reply.put_shor(keyDirectObject, data_or_zero(event) == 1 ? 1 : 0);
 }
 
 OSErr on_minf(const AppleEvent&, AppleEvent& reply, intptr_t) {

@@ -17,6 +17,8 @@ namespace cx::test {
 
 // Installs itself as the user-client service.
 struct InProcessDriver {
+  static constexpr int kBuffersPerRun = 1000;
+
   InProcessDriver() {
     link.on_transfer = [this](std::span<uint8_t> reply) {
       constexpr refdriver::ClientPeer kPeer{1, 0, 1};
@@ -27,7 +29,13 @@ struct InProcessDriver {
   // Disconnects the agent and starts a fresh driver with empty settings.
   void reset() {
     DisconnectFromDriver();
+    // A long run opens the link again and again: no budget or record of
+    // earlier runs may run out or pile up.
+    link.buffers_left = kBuffersPerRun;
     link.requests.clear();
+    link.created_sizes.clear();
+    link.unmapped_types.clear();
+    link.released_types.clear();
     handler.reset();
     state = std::make_unique<refdriver::DriverState>([] { return 0u; });
     handler = std::make_unique<refdriver::RequestHandler>(*state, sink);
