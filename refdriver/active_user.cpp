@@ -23,10 +23,14 @@ int16_t write_active_user(std::span<uint8_t> record, uint32_t peer_uid,
   if (data.size() != 8) return kBadRequest;
   const ActiveUser claim = read_active_user(data);
   if (claim.state != kUserActive && claim.state != kUserCleared) return kBadRequest;
-  if (peer_uid != kRootUid && claim.uid != peer_uid && claim.uid != kPlaceholderUid) {
+  const ActiveUser current = read_active_user(record);
+  // The placeholder stands for an agent that does not know its user; taking
+  // it over a real user would unseat that user and lift the isolation.
+  const bool real_user_active = current.state == kUserActive && current.uid != kPlaceholderUid;
+  if (peer_uid != kRootUid && claim.uid != peer_uid &&
+      (claim.uid != kPlaceholderUid || real_user_active)) {
     return kPermission;
   }
-  const ActiveUser current = read_active_user(record);
   if (claim.state == kUserCleared && current.state == kUserActive && current.uid != claim.uid &&
       peer_uid != kRootUid) {
     return kDone;

@@ -1,9 +1,9 @@
 // The active user (global data index 98): 32-bit uid, 16-bit state (2 =
 // that user's agent serves the driver, 1 = cleared), 2 unused bytes.
 //
-// A peer may claim only its own uid or the placeholder uid 1; root may claim
-// any. A clear changes the record only when it names the user recorded (or
-// comes from root), so an agent leaving the console cannot unseat another.
+// A peer may claim only its own uid, or the placeholder uid 1 while no real
+// uid is active; root may claim any. A clear changes the record only when it names the user
+// recorded (or comes from root), so an agent leaving the console cannot unseat another.
 #pragma once
 
 #include <cstdint>

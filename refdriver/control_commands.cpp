@@ -94,8 +94,14 @@ std::string run_control_command(Simulator& simulator, DriverState& state, std::s
     simulator.hscroll();
     return kOk;
   }
-  if (command == "console-switch" && args == 0) {
-    simulator.console_switch();
+  if (command == "console-switch") {
+    if (args == 0) {
+      simulator.console_switch();
+      return kOk;
+    }
+    const auto uid = args == 1 ? number(w[1], UINT32_MAX) : std::nullopt;
+    if (!uid) return error("usage: console-switch [UID]");
+    simulator.console_switch(static_cast<uint32_t>(*uid));
     return kOk;
   }
   if (command == "low-battery") {

@@ -49,6 +49,14 @@ void Simulator::console_switch() {
   sink_.notify(event_code::console_switch, user.uid);
 }
 
+void Simulator::console_switch(uint32_t uid) {
+  char line[48];
+  std::snprintf(line, sizeof line, "console switch to uid %u", uid);
+  sink_.log(line);
+  sink_.notify(event_code::console_switch, uid);
+  sink_.notify(event_code::user_active, uid);
+}
+
 bool Simulator::event(int16_t code, std::span<const uint8_t> data) {
   if (!state_.events.push(code, data)) return false;
   char line[64];

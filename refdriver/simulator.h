@@ -31,6 +31,9 @@ class Simulator {
   void hscroll();
   // Message 15 with the active user's uid.
   void console_switch();
+  // A switch to `uid`'s session: message 15 asks the console session's agent
+  // to announce itself, message 14 confirms `uid` as the one served.
+  void console_switch(uint32_t uid);
   // Queues an event and posts "drain the queue". False when refused.
   bool event(int16_t code, std::span<const uint8_t> data);
   // Posts a message as it stands. False for a code above 0x3FFF.

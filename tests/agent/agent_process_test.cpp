@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/fake_logind.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/user_session.h"
 #include "tests/support/xvfb.h"
 
@@ -31,8 +33,15 @@ class AgentProcessTest : public ::testing::Test {
     return session_.driverctl(args).out;
   }
   bool logged(const std::string& text) const { return session_.logged(text); }
+  bool driver_serves(const std::string& state) {
+    const std::string line = "active user: uid " + std::to_string(getuid()) + " (" + state + ")";
+    return driverctl({"state"}).find(line) != std::string::npos;
+  }
 
   UserSession session_;
+  // Whatever logind the machine runs has no session for the tests: without
+  // one the agent counts as on the console and the driver keeps to the uid rule.
+  ScopedEnv no_logind_{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + session_.dir() + "/no-bus"};
 };
 
 TEST_F(AgentProcessTest, ServesTheDriverAndTheControlPanelUntilQuit) {
@@ -42,8 +51,7 @@ TEST_F(AgentProcessTest, ServesTheDriverAndTheControlPanelUntilQuit) {
   session_.start_agent();
   ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
   EXPECT_TRUE(monitor.wait_for_output("bact"));
-  EXPECT_NE(driverctl({"state"}).find("active user: uid 1 (active)"), std::string::npos)
-      << driverctl({"state"});
+  EXPECT_TRUE(driver_serves("active")) << driverctl({"state"});
 
   driverctl({"devices-changed"});
   driverctl({"chord"});
@@ -68,7 +76,7 @@ TEST_F(AgentProcessTest, ServesTheDriverAndTheControlPanelUntilQuit) {
   const std::string text = session_.log();
   EXPECT_NE(text.find("End of Corvex Background.app Diagnostic Report"), std::string::npos);
   EXPECT_EQ(text.find("Setting Device Descriptors"), text.rfind("Setting Device Descriptors"));
-  EXPECT_NE(driverctl({"state"}).find("active user: uid 1 (cleared)"), std::string::npos);
+  EXPECT_TRUE(driver_serves("cleared"));
 }
 
 TEST_F(AgentProcessTest, RefusesADriverOfAnotherInterfaceVersion) {
@@ -101,8 +109,8 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   fs::copy(Programs::bundle, bundle, fs::copy_options::recursive);
   const std::string helper = bundle + "/Contents/Resources/FastUserSwitch.bundle/Contents/MacOS";
   fs::create_directories(helper);
-  fs::copy_file(CX_FUS_HELPER, helper + "/FastUserSwitch.so");
-  setenv("CORVEX_BUNDLE", bundle.c_str(), 1);
+  fs::copy_file(CX_FUS_HELPER, helper + "/FastUserSwitch.so", fs::copy_options::overwrite_existing);
+  const ScopedEnv bundle_variable("CORVEX_BUNDLE", bundle);
 
   start_driver();
   BackgroundProcess monitor({Programs::corvexctl, "monitor", "--save"});
@@ -124,6 +132,50 @@ TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {
   EXPECT_NE(text.find("User Session Activated"), std::string::npos);
 }
 
+TEST_F(AgentProcessTest, FollowsItsLogindSessionOnAndOffTheConsole) {
+  start_driver();  // before logind: the driver keeps to the uid rule
+  FakeLogind logind;
+  ASSERT_TRUE(logind.ok()) << logind.error();
+  // The agent's process is in no session, as a user service: XDG_SESSION_ID names it.
+  logind.add_session("c7", getuid(), {}, true);
+  const ScopedEnv session_id("XDG_SESSION_ID", "c7");
+  BackgroundProcess monitor({Programs::corvexctl, "monitor", "--save"});
+  ASSERT_TRUE(monitor.wait_for_output("monitoring as VCXT"));
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  const std::string uid = std::to_string(getuid());
+  EXPECT_TRUE(logged("UID = " + uid + ", user session is active"));
+  EXPECT_TRUE(driver_serves("active"));
+
+  logind.set_active("c7", false);
+  EXPECT_TRUE(monitor.wait_for_output("bdac"));
+  EXPECT_TRUE(logged("User Session & Background App Dectivated"));
+  EXPECT_TRUE(eventually([&] { return session_.corvexctl({"status"}).out == "inactive\n"; }));
+  EXPECT_TRUE(driver_serves("cleared"));
+
+  logind.set_active("c7", true);
+  ASSERT_TRUE(session_.agent_active());
+  EXPECT_TRUE(logged("User Session Activated"));
+  // The driver asks the console session's agent to announce itself.
+  EXPECT_EQ(session_.driverctl({"console-switch", uid}).exit_status, 0);
+  EXPECT_TRUE(logged("UID Event with uid=" + uid + ", action=15"));
+  EXPECT_TRUE(session_.agent_active());
+  EXPECT_EQ(session_.agent->terminate(), 0);
+  EXPECT_EQ(session_.agent->errors().find("cannot be reached"), std::string::npos);
+}
+
+TEST_F(AgentProcessTest, WithoutLogindTheSessionIsActiveAndTheAgentSaysSoOnce) {
+  start_driver();
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  EXPECT_TRUE(logged(", user session is active"));
+  EXPECT_EQ(session_.agent->terminate(), 0);
+  const std::string errors = session_.agent->errors();
+  const std::string line = "systemd-logind cannot be reached";
+  ASSERT_NE(errors.find(line), std::string::npos) << errors;
+  EXPECT_EQ(errors.find(line), errors.rfind(line));
+}
+
 TEST_F(AgentProcessTest, SurvivesTheDriverRestartingAndActsOnPressesAfterwards) {
   start_driver();
   session_.start_agent();
@@ -134,7 +186,7 @@ TEST_F(AgentProcessTest, SurvivesTheDriverRestartingAndActsOnPressesAfterwards) 
   EXPECT_TRUE(eventually([&] { return session_.corvexctl({"status"}).out == "inactive\n"; }));
   start_driver();
   ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
-  EXPECT_NE(driverctl({"state"}).find("active user: uid 1 (active)"), std::string::npos);
+  EXPECT_TRUE(driver_serves("active"));
   driverctl({"event", "2", "687474703a2f2f6578616d706c652e6f72672f00"});
   EXPECT_TRUE(logged("Launching URL\r\n"));
 

@@ -216,15 +216,26 @@ TEST(ActiveUser, PeersMayClaimOnlyThemselves) {
           &other);
   EXPECT_EQ(h.data(rq::CXAccessGlobalData, record_read(98, 8))[5], 2);
   EXPECT_EQ(h.state.events.size(), 1u);
-  // ...but may take the driver over for itself, or as the placeholder uid.
-  h.steps({{rq::CXAccessGlobalData, claim(1, 2), kDone}, {rq::GetActionListSize, button(0, 0), 0}},
+  // ...nor take it as the placeholder uid (nor may the active user), but
+  // may take it over for itself, after which the placeholder stays shut.
+  h.steps({{rq::CXAccessGlobalData, claim(1, 2), kPermission}}, &other);
+  h.steps({{rq::CXAccessGlobalData, claim(1, 2), kPermission},
+           {rq::CXAccessGlobalData, claim(1, 1), kPermission}});
+  EXPECT_EQ(h.data(rq::CXAccessGlobalData, record_read(98, 8)), (Bytes{0, 0, 3, 0xE8, 0, 2, 0, 0}));
+  h.steps({{rq::CXAccessGlobalData, claim(1001, 2), kDone},
+           {rq::GetActionListSize, button(0, 0), 0},
+           {rq::CXAccessGlobalData, claim(1, 2), kPermission}},
           &other);
-  EXPECT_EQ(h.sink.messages.back(), (std::pair<uint32_t, uint64_t>(14, 1)));
-  // Root may name anyone, and clear anyone.
+  EXPECT_EQ(h.sink.messages.back(), (std::pair<uint32_t, uint64_t>(14, 1001)));
+  // Root may name anyone, and clear anyone; once cleared, or while only the
+  // placeholder holds it, the placeholder is open to anyone again.
   h.steps({{rq::CXAccessGlobalData, claim(1234, 2), kDone}}, &root);
   h.steps({{rq::GetActionListSize, button(0, 0), kPermission}});
   h.steps({{rq::CXAccessGlobalData, claim(1, 1), kDone}}, &root);
   h.steps({{rq::GetNextBackgroundEvent, {}, 2}});
+  h.steps({{rq::CXAccessGlobalData, claim(1, 2), kDone}}, &other);
+  h.steps({{rq::CXAccessGlobalData, claim(1, 2), kDone}, {rq::GetActionListSize, button(0, 0), 0}});
+  EXPECT_EQ(h.sink.messages.back(), (std::pair<uint32_t, uint64_t>(14, 1)));
 }
 
 TEST(ActiveUser, RepeatedClaimsAreQuietAndEachUidsPostsAreBounded) {
@@ -240,7 +251,8 @@ TEST(ActiveUser, RepeatedClaimsAreQuietAndEachUidsPostsAreBounded) {
   // second, another uid's still go out, and the next second opens again.
   h.sink.messages.clear();
   ++h.clock;
-  for (int i = 0; i < 1000; ++i) h.call(rq::CXAccessGlobalData, {claim(i % 2 ? 1 : 1000)});
+  const auto clear = record_write(98, user_record(1000, 1));
+  for (int i = 0; i < 1000; ++i) h.call(rq::CXAccessGlobalData, {i % 2 ? clear : claim(1000)});
   EXPECT_EQ(h.sink.messages.size(), PostLimiter::kPostsPerSecond);
   EXPECT_EQ(std::count_if(h.sink.lines.begin(), h.sink.lines.end(),
                           [](const std::string& l) { return l.ends_with("the rest dropped"); }),

@@ -181,7 +181,12 @@ TEST(ControlCommands, LinesDriveTheSimulation) {
   EXPECT_EQ(run("devices-changed"), "ok\n");
   EXPECT_EQ(run("hscroll"), "ok\n");
   EXPECT_EQ(run("console-switch"), "ok\n");
-  EXPECT_EQ(s.sink.messages, (std::vector<Message>{{16, 5}, {7, 0}, {5, 0}, {16, 0}, {15, 0}}));
+  EXPECT_EQ(run("console-switch 1001"), "ok\n");
+  EXPECT_EQ(
+      s.sink.messages,
+      (std::vector<Message>{{16, 5}, {7, 0}, {5, 0}, {16, 0}, {15, 0}, {15, 1001}, {14, 1001}}));
+  EXPECT_EQ(run("console-switch 1 2").rfind("error: usage", 0), 0u);
+  EXPECT_EQ(run("console-switch -1").rfind("error: usage", 0), 0u);
   EXPECT_EQ(run("notify 0x4000").rfind("error:", 0), 0u);
   EXPECT_EQ(run("low-battery 70000").rfind("error:", 0), 0u);
   EXPECT_EQ(run("chord now").rfind("error:", 0), 0u);
