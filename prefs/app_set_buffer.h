@@ -17,4 +17,8 @@ struct app_set_buffer {
 // False while the node's application set is one the driver refused.
 bool app_set_selected(PrefNode* node);
 
+// Selects the global application and deletes every application set the
+// driver holds; call it in control-panel mode.
+void clear_driver_sets();
+
 }  // namespace cx

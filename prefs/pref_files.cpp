@@ -5,6 +5,7 @@
 #include "agent/agent_state.h"
 #include "diag/diag_writers.h"
 #include "platform/preferences.h"
+#include "prefs/legacy_import.h"
 #include "prefs/pref_domain.h"
 #include "prefs/pref_leaf.h"
 #include "prefs/pref_schema.h"
@@ -31,14 +32,33 @@ void move_key(plist::Dictionary* dict, const char* from, const char* to) {
   }
 }
 
+// Without property-list preferences the user may still have an old binary
+// file: its settings go to the driver and stay in force, the tree only
+// learns the dictionaries, and the next save writes the settings out.
+void import_legacy_prefs() {
+  int version2 = 0;
+  if (!read_prefs(&version2)) {
+    read_plist_prefs(&pref_data);
+    return;
+  }
+  pref_item_info* root = get_object_info(pref_data.get());
+  root->flags |= pref_flag::tree_only;
+  read_plist_prefs(&pref_data);
+  root->flags &= ~pref_flag::tree_only;
+  if (!backup_pref_file(kLegacyPrefFile, kLegacyPrefBackup, 1))
+    std::fprintf(stderr, "Unsuccessful at prepending \"~\" to v2.0 preference file.\n");
+}
+
 }  // namespace
 
 pref_tree_ref load_user_preferences() {
   pref_data = create_pref_tree();
   diag_line("Reading Preference file", kTraceLevel);
-  // Importing an older binary preference file belongs here, once it exists:
-  // without a user dictionary the defaults alone are applied.
-  read_plist_prefs(&pref_data);
+  if (get_user_plist(kPrefRootKey)) {
+    read_plist_prefs(&pref_data);
+  } else {
+    import_legacy_prefs();
+  }
   active_app_sig = 0;
   return pref_data;
 }

@@ -30,14 +30,6 @@ void copy_c_string(char (&dest)[N], std::string_view text) {
   std::memset(dest + n, 0, N - n);
 }
 
-void clear_driver_sets() {
-  CurrentEditApp("", "");
-  app_set_buffer names{};
-  // A driver that will not delete a set would otherwise keep this loop going.
-  while (GetAppName(1, names.key, names.name) == 1 && DeleteAppName(names.key) > 0) {
-  }
-}
-
 void read_one_set(PrefNode* node, std::string_view key) {
   pref_item_info* self = get_object_info(node);
   auto* names = static_cast<app_set_buffer*>(self->scratch);
@@ -64,6 +56,14 @@ void write_scroll_flag(PrefNode* node, uint16_t bit) {
 }
 
 }  // namespace
+
+void clear_driver_sets() {
+  CurrentEditApp("", "");
+  app_set_buffer names{};
+  // A driver that will not delete a set would otherwise keep this loop going.
+  while (GetAppName(1, names.key, names.name) == 1 && DeleteAppName(names.key) > 0) {
+  }
+}
 
 bool app_set_selected(PrefNode* node) {
   const auto* names = parent_scratch<app_set_buffer>(node);
