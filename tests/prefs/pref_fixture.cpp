@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include "agent/agent_state.h"
 #include "driver/driver_connection.h"
@@ -94,17 +93,6 @@ plist::ValueRef parse(const std::string& xml_body) {
   const std::string doc =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">" + xml_body + "</plist>";
   return plist::read_plist({reinterpret_cast<const uint8_t*>(doc.data()), doc.size()}).value;
-}
-
-// The value at a "/"-separated path, or null.
-plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
-  plist::ValueRef v = root;
-  std::stringstream parts(path);
-  for (std::string key; std::getline(parts, key, '/');) {
-    const auto* dict = plist::as<plist::Dictionary>(v);
-    v = dict ? dict->get(key) : nullptr;
-  }
-  return v;
 }
 
 }  // namespace cx::test

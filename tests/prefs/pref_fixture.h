@@ -42,7 +42,5 @@ class PrefStoreTest : public ::testing::Test {
 
 // A dictionary from a property-list text, for expected values in tables.
 plist::ValueRef parse(const std::string& xml_body);
-// The value at a "/"-separated path, or null.
-plist::ValueRef at(const plist::ValueRef& root, const std::string& path);
 
 }  // namespace cx::test

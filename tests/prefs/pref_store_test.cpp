@@ -18,6 +18,17 @@
 namespace cx::test {
 namespace {
 
+// The value at a "/"-separated path, or null.
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
+  plist::ValueRef v = root;
+  std::stringstream parts(path);
+  for (std::string key; std::getline(parts, key, '/');) {
+    const auto* dict = plist::as<plist::Dictionary>(v);
+    v = dict ? dict->get(key) : nullptr;
+  }
+  return v;
+}
+
 // Sets the value at a path, making the dictionaries on the way.
 void put(const plist::ValueRef& root, const std::string& path, plist::ValueRef value) {
   auto* dict = plist::as<plist::Dictionary>(root);
