@@ -33,10 +33,10 @@ constexpr std::array kChordDefaults = {ChordDefault{5, 12, "Make Alias"},
 constexpr uint8_t kChordActSeq = 8;
 constexpr int16_t kChordAct = 2;
 
-bool set_loading(uint32_t value) {
+void set_loading(uint32_t value) {
   uint8_t record[4];
   store_be32(record, value);
-  return CXAccessGlobalData(kListsLoadingRecord, kDataModeWrite, record, sizeof record) > 0;
+  CXAccessGlobalData(kListsLoadingRecord, kDataModeWrite, record, sizeof record);
 }
 
 bool read_counts(int16_t ref, int16_t buttons, std::vector<int16_t>& counts) {
