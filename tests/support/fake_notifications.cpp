@@ -4,18 +4,15 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <future>
 #include <mutex>
-#include <thread>
 
 #include "platform/linux/apple_events_glib.h"
+#include "tests/support/dbus_service.h"
 
 namespace cx::test {
 namespace {
 
-using platform::dbus_ae::ConnectionPtr;
 using platform::dbus_ae::NodeInfoPtr;
-using platform::dbus_ae::VariantPtr;
 
 constexpr const char* kName = "org.freedesktop.Notifications";
 constexpr const char* kPath = "/org/freedesktop/Notifications";
@@ -44,33 +41,17 @@ Notification decode(GVariant* parameters) {
 
 struct FakeNotifications::Impl {
   std::function<void()> on_notify;
-  std::string error;
-  GMainContext* context = g_main_context_new();
-  GMainLoop* loop = g_main_loop_new(context, FALSE);
-  std::thread thread;
-  ConnectionPtr connection;
   NodeInfoPtr info{g_dbus_node_info_new_for_xml(kInterface, nullptr), g_dbus_node_info_unref};
-
   mutable std::mutex mutex;
   mutable std::condition_variable arrived;
   std::vector<Notification> received;
+  std::string error;
+  std::unique_ptr<DbusService> service;
 
-  bool serve();
+  bool serve(GDBusConnection* connection);
 };
 
-bool FakeNotifications::Impl::serve() {
-  const gchar* address = g_getenv("DBUS_SESSION_BUS_ADDRESS");
-  if (address) {
-    connection.reset(g_dbus_connection_new_for_address_sync(
-        address,
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-  }
-  if (!connection) {
-    error = "cannot connect to the session bus";
-    return false;
-  }
+bool FakeNotifications::Impl::serve(GDBusConnection* connection) {
   static const GDBusInterfaceVTable vtable = {
       [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
          GVariant* parameters, GDBusMethodInvocation* invocation, gpointer data) {
@@ -88,51 +69,25 @@ bool FakeNotifications::Impl::serve() {
       nullptr,
       nullptr,
       {}};
-  g_dbus_connection_register_object(connection.get(), kPath, info->interfaces[0], &vtable, this,
-                                    nullptr, nullptr);
-  const VariantPtr reply(g_dbus_connection_call_sync(
-      connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-      "RequestName", g_variant_new("(su)", kName, 0u), G_VARIANT_TYPE("(u)"),
-      G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
-  guint32 result = 0;
-  if (reply) g_variant_get(reply.get(), "(u)", &result);
-  if (result != 1) error = "could not own org.freedesktop.Notifications";
-  return result == 1;
+  return g_dbus_connection_register_object(connection, kPath, info->interfaces[0], &vtable, this,
+                                           nullptr, nullptr) != 0;
 }
 
 FakeNotifications::FakeNotifications(std::function<void()> on_notify)
     : impl_(std::make_unique<Impl>()) {
   Impl& d = *impl_;
   d.on_notify = std::move(on_notify);
-  std::promise<bool> ready;
-  std::future<bool> served = ready.get_future();
-  d.thread = std::thread([&d, &ready] {
-    g_main_context_push_thread_default(d.context);
-    const bool ok = d.serve();
-    ready.set_value(ok);
-    if (ok) g_main_loop_run(d.loop);
-    if (d.connection) g_dbus_connection_close_sync(d.connection.get(), nullptr, nullptr);
-    d.connection.reset();
-    while (g_main_context_iteration(d.context, FALSE)) {
-    }
-    g_main_context_pop_thread_default(d.context);
-  });
-  served.get();
+  const gchar* address = g_getenv("DBUS_SESSION_BUS_ADDRESS");
+  if (!address) {
+    d.error = "no session bus";
+    return;
+  }
+  d.service = std::make_unique<DbusService>(
+      address, kName, [&d](GDBusConnection* connection) { return d.serve(connection); });
+  d.error = d.service->error();
 }
 
-FakeNotifications::~FakeNotifications() {
-  // Queued on the loop's context, so that it also ends a loop not yet running.
-  g_main_context_invoke(
-      impl_->context,
-      [](gpointer loop) {
-        g_main_loop_quit(static_cast<GMainLoop*>(loop));
-        return G_SOURCE_REMOVE;
-      },
-      impl_->loop);
-  if (impl_->thread.joinable()) impl_->thread.join();
-  g_main_loop_unref(impl_->loop);
-  g_main_context_unref(impl_->context);
-}
+FakeNotifications::~FakeNotifications() = default;
 
 bool FakeNotifications::ok() const {
   return impl_->error.empty();
