@@ -69,8 +69,9 @@ class LowBatteryTest : public AgentTest {
   }
 
   static int64_t stored(uint16_t id, PrefUser user, PrefHost host) {
-    const auto* n = plist::as<plist::Number>(
-        platform::copy_preference_value(lo_bat_pref_key(id), kDomain, user, host));
+    const plist::ValueRef value =
+        platform::copy_preference_value(lo_bat_pref_key(id), kDomain, user, host);
+    const auto* n = plist::as<plist::Number>(value);
     return n ? n->int_value() : -1;
   }
 
