@@ -2,7 +2,6 @@
 // panel's preference files and a notification server on a private bus.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -89,15 +88,6 @@ TEST_F(LowBatteryTest, PreviousTimesComeFromTheHostScopeFirst) {
                            {1, 100, 0}, {2, 300, 0}, {3, 0xFFFFFFFE, kDue}, {4, 0, 0}, {5, 9, 0}}));
 }
 
-TEST_F(LowBatteryTest, EmptyTableIsWrittenBackUnchanged) {
-  set_table({});
-  table()[2] = 0x5A;  // the unused word survives
-  EXPECT_EQ(setLowBatPrevAlertTimes(), 0);
-  EXPECT_EQ(handle_lo_bat_alert(), 0);
-  EXPECT_EQ(table()[2], 0x5A);
-  EXPECT_TRUE(entries().empty());
-}
-
 TEST_F(LowBatteryTest, EachDueEntryNotifiesOnceAndTheTableIsWrittenAfterAll) {
   std::vector<std::vector<Entry>> seen;
   FakeNotifications server([&] { seen.push_back(entries()); });
@@ -126,29 +116,6 @@ TEST_F(LowBatteryTest, EachDueEntryNotifiesOnceAndTheTableIsWrittenAfterAll) {
     EXPECT_EQ(stored(id, PrefUser::Any, PrefHost::Current), time);
     EXPECT_EQ(stored(id, PrefUser::Current, PrefHost::Any), -1);
   }
-}
-
-TEST_F(LowBatteryTest, WithoutHostPreferencesTheUsersOwnKeepTheTime) {
-  const std::string blocked = dir_.file("blocked");
-  std::filesystem::create_directories(dir_.path());
-  {
-    std::FILE* f = std::fopen(blocked.c_str(), "w");
-    if (f) std::fclose(f);
-  }
-  setenv("CORVEX_LOCAL_PREFERENCES", (blocked + "/Preferences").c_str(), 1);
-  set_table({{kUnknown, 4242, kDue}});
-  EXPECT_EQ(handle_lo_bat_alert(), 0);
-  EXPECT_EQ(stored(kUnknown, PrefUser::Current, PrefHost::Any), 4242);
-
-  set_table({{kUnknown, 0, kWanted}});
-  EXPECT_EQ(setLowBatPrevAlertTimes(), 0);
-  EXPECT_EQ(entries(), (std::vector<Entry>{{kUnknown, 4242, 0}}));
-}
-
-TEST_F(LowBatteryTest, WithoutANotificationServerTheLogKeepsTheAlert) {
-  set_table({{kPlain, 1, kDue}});
-  EXPECT_EQ(handle_lo_bat_alert(), 0);
-  EXPECT_EQ(count_in_log("The battery of “Corvex Wireless Mouse” is low."), 1);
 }
 
 }  // namespace
