@@ -144,7 +144,10 @@ int16_t store_global(std::span<const uint8_t> bytes) {
   return index;
 }
 
-std::vector<uint8_t> fetch_dataspace(int16_t index, int16_t size) {
+// The dataspace's bytes; empty when it is empty, missing or unreadable.
+std::vector<uint8_t> fetch_dataspace(int16_t index) {
+  const int16_t size = GetDataSize(index);
+  if (size <= 0) return {};
   std::vector<uint8_t> bytes(static_cast<size_t>(size));
   if (!CXAccessData(index, static_cast<uint16_t>(size), kDataspaceRead, bytes.data(),
                     static_cast<uint32_t>(size)))
@@ -258,9 +261,7 @@ bool preset_fixup::fix_local(act_item& item) {
     note(" had an unfixable local dataspace - correcting");
     return false;
   }
-  const int16_t size = GetDataSize(local);
-  const std::vector<uint8_t> bytes =
-      size > 0 ? fetch_dataspace(local, size) : std::vector<uint8_t>{};
+  const std::vector<uint8_t> bytes = fetch_dataspace(local);
   if (bytes.empty()) {
     note(" had a empty or missing local dataspace - correcting");
     return false;
@@ -280,9 +281,7 @@ bool preset_fixup::fix_local(act_item& item) {
 
 bool preset_fixup::fix_global(const act_item& item) {
   const auto global = static_cast<int16_t>(item.ch12);
-  const int16_t size = GetDataSize(global);
-  const std::vector<uint8_t> bytes =
-      size > 0 ? fetch_dataspace(global, size) : std::vector<uint8_t>{};
+  const std::vector<uint8_t> bytes = fetch_dataspace(global);
   if (bytes.empty()) {
     note(" had a empty or missing global dataspace - correcting");
     return false;
