@@ -13,20 +13,17 @@
 #include "model/action_codes.h"
 #include "tests/prefs/pref_fixture.h"
 #include "tests/support/scoped_env.h"
+#include "util/localized_strings.h"
 
 namespace cx::test {
 namespace {
 
 using refdriver::response_key;
 constexpr uint8_t kButton = 19;
-constexpr uint16_t kDefault = 0;  // expected: the preset's default entry
-constexpr uint16_t kMoved = 1;    // expected: a new global copy of local dataspace 5
-const std::string kUrl = std::string("http://a/") + '\0';
-
-struct Entry {
-  int16_t act;
-  uint16_t ds;
-};
+using Entry = std::pair<int16_t, uint16_t>;  // act, dataspace
+std::string text(const char* s) {
+  return std::string(s) + '\0';
+}
 
 class ButtonRepairTest : public PrefStoreTest {
  protected:
@@ -36,7 +33,6 @@ class ButtonRepairTest : public PrefStoreTest {
     diag_reset_state();
     cc_diag_set_window_info(nullptr, log_.c_str(), 0, 0, 0, 0, 0, 0, 1);
     cc_diag_set_display_level(0x7fffff);
-    for (int ds : {300, 301, 302, 303, 304}) dataspace(ds, kUrl);
   }
   void TearDown() override {
     close_diagnostic_window();
@@ -47,26 +43,28 @@ class ButtonRepairTest : public PrefStoreTest {
     driver_.mutable_state().dataspaces.allocate_with(
         global(), index, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
   }
-  // A menu of one-item entries.
+  // Entry 0 is the button's menu item, the others one-item entries.
   void menu(const std::vector<Entry>& entries) {
     std::vector<act_item> items = {
         make_act_item(1, static_cast<uint16_t>(entries.size()), 1, act_code::menu, 0)};
-    for (const Entry& e : entries) items.push_back(make_act_item(0, e.ds, 2, e.act, 0));
+    for (const auto& [act, ds] : entries) items.push_back(make_act_item(0, ds, 2, act, 0));
     for (uint16_t n = 0; n < items.size(); ++n) {
       std::vector<uint8_t> wire(kActItemWireSize);
       encode_act_item(items[n], wire.data());
       driver_.mutable_state().store_list(global(), response_key(0, kButton, n), wire);
     }
   }
-  // The dataspace of each entry that the menu counts.
-  std::vector<uint16_t> entries() {
-    const auto* own = driver_.state().response(global(), response_key(0, kButton, 0));
-    std::vector<uint16_t> out;
-    for (uint16_t e = 1; own && e <= decode_act_item(own->items.data()).ch12; ++e)
-      out.push_back(
-          decode_act_item(
-              driver_.state().response(global(), response_key(0, kButton, e))->items.data())
-              .ch12);
+  const refdriver::StoredResponse* entry(uint16_t n) {
+    return driver_.state().response(global(), response_key(0, kButton, n));
+  }
+  // The text of each entry the menu counts; every text is in a global dataspace.
+  std::vector<std::string> texts() {
+    std::vector<std::string> out;
+    for (uint16_t n = 1; n <= decode_act_item(entry(0)->items.data()).ch12; ++n) {
+      const act_item item = decode_act_item(entry(n)->items.data());
+      EXPECT_EQ(item.ch12 >= 256, item.act != act_code::launch_file) << "entry " << n;
+      out.push_back(text_of(item.ch12));
+    }
     return out;
   }
   std::string text_of(uint16_t index) {
@@ -78,54 +76,38 @@ class ButtonRepairTest : public PrefStoreTest {
   std::optional<ScopedEnv> strings_;
 };
 
-struct Scenario {
-  const char* name;
-  std::vector<Entry> before;
-  std::vector<uint16_t> after;
-  std::string logged;  // empty: nothing corrected, nothing logged
-};
-
 TEST_F(ButtonRepairTest, PresetMenus) {
   const std::string line = "fixup_menu_item_preset_buttons() - Button 19 had a ";
-  const std::vector<Scenario> scenarios = {
-      {"bad first entry",
-       {{act_code::launch_url, 300}, {act_code::launch_url, 301}},
-       {kDefault, 301},
+  const std::string fallback = loadStrListResource(128, 6).value_or("?") + '\0';
+  const struct {
+    std::vector<Entry> before;
+    std::vector<std::string> after;
+    std::string logged;  // empty: nothing corrected, nothing logged
+  } scenarios[] = {
+      {{{act_code::launch_url, 300}, {act_code::launch_url, 301}},
+       {fallback, text("http://a/")},
        line + "truncated global dataspace - correcting"},
-      {"bad later entry",
-       {{act_code::launch_url, 301}, {act_code::launch_url, 310}, {act_code::paste_text, 302}},
-       {301, 302},
+      {{{act_code::launch_url, 301}, {act_code::launch_url, 310}, {act_code::paste_text, 302}},
+       {text("http://a/"), text("b")},
        line + "empty or missing global dataspace - correcting"},
-      {"two entries sharing a dataspace",
-       {{act_code::launch_url, 301}, {act_code::launch_url, 301}},
-       {301},
+      {{{act_code::launch_url, 301}, {act_code::launch_url, 301}},
+       {text("http://a/")},
        line + "Launch action using the same dataspace\r\n    as a previous launch action.  "
               "Dataspace ID 0x12D has been used more than once.  Correcting."},
-      {"paste text moves to a global dataspace, a file's alias stays",
-       {{act_code::paste_text, 5}, {act_code::launch_file, 6}},
-       {kMoved, 6},
-       ""},
+      {{{act_code::paste_text, 5}, {act_code::launch_file, 6}}, {text("hello"), "alias"}, ""},
   };
-  for (const Scenario& s : scenarios) {
-    SCOPED_TRACE(s.name);
-    dataspace(300, "trunc");
-    dataspace(5, std::string("hello") + '\0');
-    dataspace(6, "alias");
+  for (const auto& s : scenarios) {
+    SCOPED_TRACE(s.logged);
+    for (auto [ds, bytes] : {std::pair{300, std::string("trunc")},
+                             {301, text("http://a/")},
+                             {302, text("b")},
+                             {5, text("hello")},
+                             {6, std::string("alias")}})
+      dataspace(ds, bytes);
     menu(s.before);
     const size_t logged_before = read_file(log_).size();
     fixup_menu_item_preset_buttons(false);
-    const auto after = entries();
-    ASSERT_EQ(after.size(), s.after.size());
-    for (size_t e = 0; e < after.size(); ++e) {
-      if (s.after[e] == kDefault) {
-        EXPECT_EQ(text_of(after[e]).substr(0, 8), "https://");
-      } else if (s.after[e] == kMoved) {
-        EXPECT_EQ(text_of(after[e]), std::string("hello") + '\0');
-        EXPECT_EQ(text_of(5), "(none)");
-      } else {
-        EXPECT_EQ(after[e], s.after[e]) << "entry " << e + 1;
-      }
-    }
+    EXPECT_EQ(texts(), s.after);
     const std::string log = read_file(log_).substr(logged_before);
     EXPECT_NE(log.find(s.logged), std::string::npos) << log;
     EXPECT_EQ(log.find("end of fixup") != std::string::npos, !s.logged.empty()) << log;
@@ -133,22 +115,17 @@ TEST_F(ButtonRepairTest, PresetMenus) {
 }
 
 TEST_F(ButtonRepairTest, FullMenuDropsItsOldestEntry) {
-  menu({{act_code::launch_url, 300},
-        {act_code::launch_url, 301},
-        {act_code::launch_url, 302},
-        {act_code::launch_url, 303},
-        {act_code::launch_url, 304}});
-  const std::string title(40, 't');
-  ASSERT_EQ(insert_easy_launch(0, kButton, "http://new/", title.c_str(), false), 1);
-  const auto after = entries();
-  ASSERT_EQ(after.size(), 5u);
-  EXPECT_EQ(text_of(after[0]), std::string("http://new/") + '\0');
-  EXPECT_EQ(std::vector<uint16_t>(after.begin() + 1, after.end()),
-            (std::vector<uint16_t>{300, 301, 302, 303}));
+  std::vector<Entry> five;
+  for (uint16_t ds = 300; ds < 305; ++ds) {
+    dataspace(ds, text(std::to_string(ds).c_str()));
+    five.emplace_back(act_code::launch_url, ds);
+  }
+  menu(five);
+  ASSERT_EQ(insert_easy_launch(0, kButton, "new", std::string(40, 't').c_str(), false), 1);
+  EXPECT_EQ(texts(),
+            (std::vector{text("new"), text("300"), text("301"), text("302"), text("303")}));
   EXPECT_EQ(text_of(304), "(none)");
-  const auto* named = driver_.state().response(global(), response_key(0, kButton, 1));
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(named->name.data())),
-            std::string(28, 't') + "...");
+  EXPECT_EQ(reinterpret_cast<const char*>(entry(1)->name.data()), std::string(28, 't') + "...");
 }
 
 }  // namespace
