@@ -5,6 +5,7 @@
 #include "agent/agent_state.h"
 #include "diag/diag_writers.h"
 #include "platform/preferences.h"
+#include "prefs/button_repair.h"
 #include "prefs/legacy_import.h"
 #include "prefs/pref_domain.h"
 #include "prefs/pref_leaf.h"
@@ -41,6 +42,8 @@ void import_legacy_prefs() {
     read_plist_prefs(&pref_data);
     return;
   }
+  diag_line("fixing menu items for prefs", kTraceLevel);
+  fixup_menu_item_preset_buttons(version2 != 0);
   pref_item_info* root = get_object_info(pref_data.get());
   root->flags |= pref_flag::tree_only;
   read_plist_prefs(&pref_data);
@@ -52,6 +55,8 @@ void import_legacy_prefs() {
 }  // namespace
 
 pref_tree_ref load_user_preferences() {
+  diag_line("Cleaning up driver button settings", kTraceLevel);
+  cleanup_driver_buttons();
   pref_data = create_pref_tree();
   diag_line("Reading Preference file", kTraceLevel);
   if (get_user_plist(kPrefRootKey)) {
