@@ -71,7 +71,7 @@ TEST_F(DriverEventTest, QueueIsDrainedOnlyWhileActiveAndUnknownCodesAreSkipped) 
   EXPECT_EQ(timer_driver_poll_count, 0);
   const std::string text = log();
   EXPECT_NE(text.find("Launching URL\r\n"), std::string::npos);
-  EXPECT_EQ(count_in_log("launch_URL is not available"), 1);
+  EXPECT_EQ(launcher_.opened, std::vector<std::string>{"http://example.org/"});
   // A paste without text is logged and skipped.
   EXPECT_NE(text.find("Paste Text\r\n"), std::string::npos);
   EXPECT_EQ(count_in_log("paste_text"), 0);
@@ -171,6 +171,7 @@ TEST_F(ForegroundTest, ActiveAgentDrainsTheQueueOnTheFiftiethTick) {
   EXPECT_EQ(driver_.state().events.size(), 0u);
   EXPECT_EQ(timer_driver_poll_count, 0);
   EXPECT_EQ(count_in_log("Opening Home Page"), 1);
+  EXPECT_EQ(launcher_.opened, std::vector<std::string>{"(browser)"});
 }
 
 TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
