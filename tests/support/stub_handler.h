@@ -4,10 +4,11 @@
 // the process: GIO reads the database once.
 #pragma once
 
-#include <unistd.h>
-
 #include <sys/stat.h>
+
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,42 +24,28 @@ class StubHandler {
     const std::string script = dir_.file("stub.sh");
     write_file(script, "#!/bin/sh\necho \"open:$*\" >> '" + log_ + "'\n");
     chmod(script.c_str(), 0755);
-    mkdir(dir_.file("applications").c_str(), 0755);
-    std::string mime = "[Default Applications]\n", list;
-    for (const std::string& t : types) {
-      mime += t + "=cx-stub.desktop\n";
-      list += t + ";";
-    }
+    std::string defaults = "[Default Applications]\n";
+    for (const std::string& t : types) defaults += t + "=cx-stub.desktop\n";
+    write_file(dir_.file("mimeapps.list"), defaults);
+    std::filesystem::create_directory(dir_.file("applications"));
     write_file(dir_.file("applications/cx-stub.desktop"),
-               "[Desktop Entry]\nType=Application\nName=Stub\nExec=" + script +
-                   " %u\nMimeType=" + list + "\n");
-    write_file(dir_.file("mimeapps.list"), mime);
+               "[Desktop Entry]\nType=Application\nName=Stub\nExec=" + script + " %u\n");
   }
 
   const std::string& dir() const { return dir_.path(); }
 
-  // The command lines so far, once there are at least `count` (or after
-  // five seconds).
-  std::vector<std::string> wait_for(std::size_t count) const {
-    std::vector<std::string> lines;
-    for (int i = 0; i < 500; ++i) {
-      lines = read_lines();
-      if (lines.size() >= count) break;
+  // Every line written so far, once there are `count` (or after 5 s).
+  std::string wait_for(std::size_t count) const {
+    std::string text;
+    for (int i = 0; i < 500 && std::count(text.begin(), text.end(), '\n') < std::ptrdiff_t(count);
+         ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      if (std::filesystem::exists(log_)) text = read_file(log_);
     }
-    return lines;
+    return text;
   }
 
  private:
-  std::vector<std::string> read_lines() const {
-    std::vector<std::string> lines;
-    if (access(log_.c_str(), R_OK) != 0) return lines;
-    const std::string text = read_file(log_);
-    for (std::size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1)
-      lines.push_back(text.substr(at, end - at));
-    return lines;
-  }
-
   TempDir dir_{"cxstub"};
   std::string log_ = dir_.file("opened.log");
   ScopedEnv data_{"XDG_DATA_HOME", dir_.path()};
