@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -209,6 +210,24 @@ TEST_F(AgentProcessTest, RunsFromTheBuildTreeAndASecondAgentOfTheSessionLeaves) 
   EXPECT_NE(second.errors().find("another agent already serves this session"), std::string::npos)
       << second.errors();
   EXPECT_TRUE(session_.agent_active());
+}
+
+// A user with only an old binary preference file: the agent imports it and
+// sets it aside, and a save writes what the driver now holds.
+TEST_F(AgentProcessTest, ImportsAnOldBinaryPreferenceFileAndSavesItAsAPropertyList) {
+  const fs::path prefs = fs::path(session_.dir()) / "config/corvex/Preferences";
+  fs::create_directories(prefs);
+  // Version 2: acceleration 9, chord speed 321, no dataspaces, no sets.
+  std::ofstream(prefs / "com.velcorra.corvex.pref", std::ios::binary)
+      << std::string("200\x09\0\0\x01\x41\0\0\0\0\0\0", 14);
+  start_driver();
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  EXPECT_TRUE(fs::exists(prefs / "~com.velcorra.corvex.pref"));
+  EXPECT_FALSE(fs::exists(prefs / "com.velcorra.corvex.pref"));
+  EXPECT_EQ(session_.corvexctl({"save"}).exit_status, 0);
+  const std::string saved = read_file(prefs / "com.velcorra.corvex.plist");
+  EXPECT_NE(saved.find("<integer>321</integer>"), std::string::npos) << saved;
 }
 
 }  // namespace

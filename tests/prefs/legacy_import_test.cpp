@@ -42,10 +42,10 @@ std::string older_file(const std::string& version, int buttons) {
   }
   f += item(1, 1) + item(2, 2) + counts + pad("Tap", 36) + pad("Home", 34) + be16(1);
   f += be16(1) + be16(4) + be16(4) + be16(5) + std::string("abc\0", 4);
-  return version == "100" ? f : f + std::string(434, 'Z') + be32(321);
+  return version == "100" ? f : f + std::string(434, 'Z') + be32(321u << 16);
 }
 
-const std::string kV2Head = std::string("200\x09\0\0", 6) + be32(321) + be16(1) + be16(3) +
+const std::string kV2Head = std::string("200\x09\0\0", 6) + be32(321u << 16) + be16(1) + be16(3) +
                             be16(3) + be16(260) + std::string("xy\0", 3);
 const std::string kV2 =
     kV2Head + pad("com.example.edit", 32) + pad("Edit", 128) + be32(5) + "cache";
@@ -93,7 +93,7 @@ TEST_F(LegacyImportTest, OlderLayoutsReachTheDriver) {
                 bytes({0, 12, 0, 0, 8, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0}));
     } else {
       EXPECT_EQ(app_record("Default", 17), bytes(434, 'Z'));
-      EXPECT_EQ(global_record(9), bytes({0, 0, 1, 0x41}));
+      EXPECT_EQ(global_record(9), bytes({1, 0x41, 0, 0}));
     }
   }
 }
