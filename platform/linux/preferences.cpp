@@ -126,15 +126,21 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
     return refuse(path, "top level is not a dictionary");
   auto dict =
       file.root ? std::static_pointer_cast<plist::Dictionary>(file.root) : plist::make_dictionary();
+  // A file that already says all this is left alone: its bytes stay as they
+  // are and the save costs no flush to disk.
+  bool differs = !file.root;
   for (const auto& [key, value] : scope->second) {
+    const plist::ValueRef before = dict->get(key);
     if (value) {
+      differs = differs || !plist::equal(before.get(), value.get());
       dict->set(key, value);
     } else {
+      differs = differs || before;
       dict->remove(key);
     }
   }
   remove_stale_temporaries(path);
-  if (!replace_domain_file(path, *dict, file, error)) return refuse(path, error);
+  if (differs && !replace_domain_file(path, *dict, file, error)) return refuse(path, error);
   pending().erase(scope);
   return true;
 }

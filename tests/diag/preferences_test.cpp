@@ -257,6 +257,29 @@ TEST_F(PreferencesTest, AHeldLockFailsTheWriteAndStaleTemporariesGo) {
   EXPECT_FALSE(std::filesystem::exists(path + ".Ab12Cd"));
 }
 
+// Setting what the file already holds, or removing what it lacks, leaves the
+// hand-written file byte for byte; a real change rewrites it.
+TEST_F(PreferencesTest, ASynchronizeThatChangesNothingLeavesTheFileAlone) {
+  const std::string path = preference_file_path("d.s", kMe, kAnyHost);
+  const std::string hand_written =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n"
+      "<dict>  <key>k</key> <integer>4</integer>\n"
+      "  <key>list</key><array><string>a</string></array>\n</dict>\n</plist>\n";
+  test::write_file(path, hand_written);
+  auto list = plist::make_array();
+  list->append(plist::make_string("a"));
+  set_preference_value("list", list, "d.s", kMe, kAnyHost);
+  set_preference_value("absent", nullptr, "d.s", kMe, kAnyHost);
+  bool written = false;
+  EXPECT_EQ(set_and_sync("d.s", 4, written), "");
+  EXPECT_TRUE(written);
+  EXPECT_EQ(test::read_file(path), hand_written);
+  set_and_sync("d.s", 5, written);
+  EXPECT_TRUE(written);
+  EXPECT_EQ(read("k", "d.s", kMe, kAnyHost), 5);
+  EXPECT_NE(test::read_file(path), hand_written);
+}
+
 // The agent and a control panel both change the file: the second one's
 // whole read-merge-rename falls inside the first one's.
 TEST_F(PreferencesTest, ASecondWriterBetweenReadAndRenameLosesNothing) {
