@@ -19,7 +19,7 @@ enum class DomainFileRead { Ok, Missing, Unusable, Unparsable };
 
 struct DomainFile {
   DomainFileRead status = DomainFileRead::Missing;
-  plist::ValueRef root;  // Ok only
+  plist::ValueRef root;  // Ok only; shared with later reads: never changed in place
   mode_t mode = 0644;    // permission bits to give the file when rewritten
   // Rewritten in the format it was read in: XML dates hold whole seconds of
   // years 0000-9999, a binary file's may hold more.

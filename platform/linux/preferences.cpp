@@ -90,7 +90,7 @@ plist::ValueRef copy_preference_value(std::string_view key, std::string_view dom
   if (path.empty()) return nullptr;
   const DomainFile file = read_domain_file(path);
   const auto* dict = plist::as<plist::Dictionary>(file.root);
-  return dict ? dict->get(key) : nullptr;
+  return dict ? copy_of(dict->get(key)) : nullptr;
 }
 
 void set_preference_value(std::string_view key, plist::ValueRef value, std::string_view domain,
@@ -124,8 +124,8 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
     return refuse(path, file.error);
   if (file.root && !plist::as<plist::Dictionary>(file.root))
     return refuse(path, "top level is not a dictionary");
-  auto dict =
-      file.root ? std::static_pointer_cast<plist::Dictionary>(file.root) : plist::make_dictionary();
+  const auto* read = plist::as<plist::Dictionary>(file.root);
+  auto dict = read ? plist::make_dictionary(read->entries()) : plist::make_dictionary();
   // A file that already says all this is left alone: its bytes stay as they
   // are and the save costs no flush to disk.
   bool differs = !file.root;

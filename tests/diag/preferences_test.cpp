@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "plist/plist_io.h"
@@ -278,6 +279,34 @@ TEST_F(PreferencesTest, ASynchronizeThatChangesNothingLeavesTheFileAlone) {
   EXPECT_TRUE(written);
   EXPECT_EQ(read("k", "d.s", kMe, kAnyHost), 5);
   EXPECT_NE(test::read_file(path), hand_written);
+}
+
+// A file read again while unchanged may come from memory: what a reader
+// gets is still its own, and any change to the file, even one of the same
+// size in place, is seen.
+TEST_F(PreferencesTest, ReadsOfAnUnchangedFileAreEachTheReadersOwn) {
+  const std::string path = preference_file_path("d.c", kMe, kAnyHost);
+  auto theirs = plist::make_dictionary();
+  theirs->set("list", plist::make_array());
+  theirs->set("k", plist::make_int32(1));
+  test::write_file(path, "");
+  ASSERT_TRUE(plist::write_plist_file(path, *theirs, plist::Format::Xml).ok());
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // older than any file clock tick
+  for (int pass = 0; pass < 2; ++pass) {
+    const plist::ValueRef list = copy_preference_value("list", "d.c", kMe, kAnyHost);
+    ASSERT_NE(plist::as<plist::Array>(list), nullptr);
+    EXPECT_EQ(plist::as<plist::Array>(list)->size(), 0u) << pass;
+    plist::as<plist::Array>(list)->append(plist::make_string("mine"));
+  }
+  theirs->set("k", plist::make_int32(3));
+  ASSERT_TRUE(plist::write_plist_file(path, *theirs, plist::Format::Xml).ok());
+  EXPECT_EQ(read("k", "d.c", kMe, kAnyHost), 3) << "same size, same inode";
+  bool written = false;
+  set_and_sync("d.c", 2, written);
+  ASSERT_TRUE(written);
+  EXPECT_EQ(read("k", "d.c", kMe, kAnyHost), 2);
+  EXPECT_EQ(plist::as<plist::Array>(copy_preference_value("list", "d.c", kMe, kAnyHost))->size(),
+            0u);
 }
 
 // The agent and a control panel both change the file: the second one's
