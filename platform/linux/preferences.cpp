@@ -145,4 +145,16 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
   return true;
 }
 
+bool write_preference_value(std::string_view key, const plist::ValueRef& value,
+                            std::string_view domain, PrefUser user, PrefHost host) {
+  if (preference_file_path(domain, user, host).empty())
+    return synchronize_preferences(domain, user, host);
+  PendingChanges& changes = pending()[Scope{std::string(domain), user, host}];
+  changes[std::string(key)] = value;
+  if (synchronize_preferences(domain, user, host)) return true;
+  // Still pending, so no longer the caller's to change.
+  changes[std::string(key)] = copy_of(value);
+  return false;
+}
+
 }  // namespace cx::platform

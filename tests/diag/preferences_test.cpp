@@ -309,6 +309,29 @@ TEST_F(PreferencesTest, ReadsOfAnUnchangedFileAreEachTheReadersOwn) {
             0u);
 }
 
+// A value handed over to be written at once is the caller's again only when
+// it was written; a failed write keeps the value as it was handed over.
+TEST_F(PreferencesTest, AValueWrittenAtOnceStaysPendingAsItWasWhenTheWriteFails) {
+  const std::string path = preference_file_path("d.v", kMe, kAnyHost);
+  test::write_file(path + ".lock", "");
+  const int held = ::open((path + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(held, LOCK_EX), 0);
+  auto list = plist::make_array();
+  list->append(plist::make_int32(1));
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(write_preference_value("list", list, "d.v", kMe, kAnyHost));
+  ::testing::internal::GetCapturedStderr();
+  list->append(plist::make_int32(2));
+  ::close(held);
+  ASSERT_TRUE(synchronize_preferences("d.v", kMe, kAnyHost));
+  const auto* written =
+      plist::as<plist::Array>(copy_preference_value("list", "d.v", kMe, kAnyHost));
+  ASSERT_NE(written, nullptr);
+  EXPECT_EQ(written->size(), 1u);
+  EXPECT_TRUE(write_preference_value("list", list, "d.v", kMe, kAnyHost));
+  EXPECT_TRUE(plist::equal(copy_preference_value("list", "d.v", kMe, kAnyHost), list));
+}
+
 // The agent and a control panel both change the file: the second one's
 // whole read-merge-rename falls inside the first one's.
 TEST_F(PreferencesTest, ASecondWriterBetweenReadAndRenameLosesNothing) {
