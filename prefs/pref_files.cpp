@@ -5,6 +5,7 @@
 #include "agent/agent_state.h"
 #include "diag/diag_writers.h"
 #include "platform/preferences.h"
+#include "prefs/button_repair.h"
 #include "prefs/pref_domain.h"
 #include "prefs/pref_leaf.h"
 #include "prefs/pref_schema.h"
@@ -34,6 +35,8 @@ void move_key(plist::Dictionary* dict, const char* from, const char* to) {
 }  // namespace
 
 pref_tree_ref load_user_preferences() {
+  diag_line("Cleaning up driver button settings", kTraceLevel);
+  cleanup_driver_buttons();
   pref_data = create_pref_tree();
   diag_line("Reading Preference file", kTraceLevel);
   // Importing an older binary preference file belongs here, once it exists:
