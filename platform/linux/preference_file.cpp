@@ -92,12 +92,12 @@ int64_t now_ns() {
 struct ParsedFile {
   FileIdentity identity;
   DomainFile file;
-  int64_t read_at_ns = 0;
-  bool trusted(const FileIdentity& now) const {
-    return identity == now && read_at_ns - identity.changed_ns > kSettledAfterNs &&
-           read_at_ns - identity.modified_ns > kSettledAfterNs;
-  }
 };
+
+bool settled(const FileIdentity& file, int64_t read_at_ns) {
+  return read_at_ns - file.changed_ns > kSettledAfterNs &&
+         read_at_ns - file.modified_ns > kSettledAfterNs;
+}
 
 // The last parse of each domain file: a load and the saves after it do not
 // parse an unchanged file again.
@@ -128,7 +128,7 @@ DomainFile read_domain_file(const std::string& path) {
   }
   const FileIdentity identity = identity_of(st);
   if (const auto it = parsed_files().find(path);
-      it != parsed_files().end() && it->second.trusted(identity))
+      it != parsed_files().end() && it->second.identity == identity)
     return it->second.file;
   std::vector<uint8_t> bytes;
   uint8_t chunk[65536];
@@ -156,7 +156,12 @@ DomainFile read_domain_file(const std::string& path) {
   file.status = DomainFileRead::Ok;
   file.root = std::move(parsed.value);
   file.format = parsed.format;
-  parsed_files()[path] = {identity, file, read_at};
+  if (settled(identity, read_at)) {
+    file.shared = true;
+    parsed_files()[path] = {identity, file};
+  } else {
+    parsed_files().erase(path);
+  }
   return file;
 }
 

@@ -90,7 +90,8 @@ plist::ValueRef copy_preference_value(std::string_view key, std::string_view dom
   if (path.empty()) return nullptr;
   const DomainFile file = read_domain_file(path);
   const auto* dict = plist::as<plist::Dictionary>(file.root);
-  return dict ? copy_of(dict->get(key)) : nullptr;
+  if (!dict) return nullptr;
+  return file.shared ? copy_of(dict->get(key)) : dict->get(key);
 }
 
 void set_preference_value(std::string_view key, plist::ValueRef value, std::string_view domain,
