@@ -5,15 +5,6 @@
 
 namespace cx {
 
-void launch_file(const uint8_t*, uint32_t) {
-  diag_note_unavailable("launch_file");
-}
-void launch_URL(const uint8_t*, uint32_t) {
-  diag_note_unavailable("launch_URL");
-}
-void launch_home_page_URL() {
-  diag_note_unavailable("launch_home_page_URL");
-}
 void get_cur_URL(const uint8_t*, uint32_t) {
   diag_note_unavailable("get_cur_URL");
 }

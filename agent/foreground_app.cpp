@@ -19,6 +19,10 @@ namespace {
 constexpr uint32_t kTraceLevel = 0x1ffff;
 
 platform::EventSourceHandle foreground_timer;
+// The window manager's word that the front window changed, where the
+// desktop gives one: the driver learns of a switch without waiting for the
+// next tick.
+platform::EventSourceHandle front_watch;
 
 // Applications that share a creator code count as one, on purpose; only
 // those without one are told apart by name.
@@ -31,6 +35,19 @@ bool front_app_changed(uint32_t signature, const unsigned char* pascal_name) {
                       length) != 0;
 }
 
+void send_front_app_if_changed() {
+  platform::ProcessSerialNumber psn;
+  if (platform::GetFrontProcess(&psn) != platform::noErr) return;
+  platform::ProcessInfo info{};
+  if (platform::GetProcessInformation(&psn, &info) != platform::noErr) return;
+  if (!front_app_changed(info.signature, info.name.data())) return;
+
+  active_app_sig = info.signature;
+  active_app_name.emplace(reinterpret_cast<const char*>(info.name.data() + 1), info.name[0]);
+  diag_3line("Switching App to ", active_app_name->c_str(), nullptr, kTraceLevel);
+  CXDoSwitchApp(active_app_name->c_str(), static_cast<uint32_t>(active_app_name->size() + 1));
+}
+
 }  // namespace
 
 int32_t installForegroundAppTimer() {
@@ -38,11 +55,17 @@ int32_t installForegroundAppTimer() {
       platform::event_loop().add_timer(std::chrono::milliseconds(kForegroundTimerFirstMs),
                                        std::chrono::milliseconds(kForegroundTimerIntervalMs),
                                        [] { agent_routines.foreground_tick(nullptr, nullptr); });
+  front_watch = platform::processes().watch_front(foregroundAppChanged);
   return 0;
 }
 
 void removeForegroundAppTimer() {
+  front_watch.reset();
   foreground_timer.reset();
+}
+
+void foregroundAppChanged() {
+  if (background_app_active) send_front_app_if_changed();
 }
 
 void foregroundAppTimerAction(void*, void*) {
@@ -55,18 +78,7 @@ void foregroundAppTimerAction(void*, void*) {
       removed_login_item = 1;
     }
   }
-  if (!background_app_active) return;
-
-  platform::ProcessSerialNumber psn;
-  if (platform::GetFrontProcess(&psn) != platform::noErr) return;
-  platform::ProcessInfo info{};
-  if (platform::GetProcessInformation(&psn, &info) != platform::noErr) return;
-  if (!front_app_changed(info.signature, info.name.data())) return;
-
-  active_app_sig = info.signature;
-  active_app_name.emplace(reinterpret_cast<const char*>(info.name.data() + 1), info.name[0]);
-  diag_3line("Switching App to ", active_app_name->c_str(), nullptr, kTraceLevel);
-  CXDoSwitchApp(active_app_name->c_str(), static_cast<uint32_t>(active_app_name->size() + 1));
+  if (background_app_active) send_front_app_if_changed();
 }
 
 int removeUnusedLoginItem() {

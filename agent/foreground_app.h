@@ -11,13 +11,17 @@ inline constexpr int32_t kForegroundTimerIntervalMs = 200;
 // The queue is drained on the tick after this many.
 inline constexpr int16_t kDriverPollTicks = 49;
 
-// Starts the timer on the main loop; 0.
+// Starts the timer on the main loop, and the window manager's notice of
+// focus changes where there is one; 0.
 int32_t installForegroundAppTimer();
-// Stops it; only the tear-down needs this.
+// Stops both; only the tear-down needs this.
 void removeForegroundAppTimer();
 
 // One tick.
 void foregroundAppTimerAction(void* timer, void* user_data);
+// The front window changed: the tick's comparison and switch, without its
+// counting.
+void foregroundAppChanged();
 
 // Drops the stale login items of older installations from the current
 // user's list when both lists have one; 1 when it did, else 0.

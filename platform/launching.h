@@ -22,6 +22,8 @@ class Launcher {
   // `target` is a URL with a scheme ("http:", "file:", ...) or a file path,
   // a relative one taken from the working folder. 0, or a negative status.
   virtual int32_t open(std::string_view target) = 0;
+  // Starts the desktop's default web browser on its own start page.
+  virtual int32_t open_default_browser() = 0;
 };
 
 // The process-wide service: the desktop's, unless a test installed another.

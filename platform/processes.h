@@ -8,11 +8,13 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 // ProcessSerialNumber, OSType, OSErr and the Process Manager's results
 // (noErr, paramErr, procNotFound) are shared with the Apple-event model.
 #include "platform/apple_events.h"
+#include "platform/event_loop.h"
 
 namespace cx::platform {
 
@@ -44,6 +46,12 @@ class Processes {
   // end: procNotFound and `psn` set to kNoProcess.
   virtual OSErr next_process(ProcessSerialNumber& psn) = 0;
   virtual OSErr set_front_process(const ProcessSerialNumber& psn) = 0;
+  // Calls `on_change` from the main loop soon after the front process may
+  // have changed; null when the desktop cannot say, and callers poll.
+  virtual EventSourceHandle watch_front(std::function<void()> on_change) {
+    static_cast<void>(on_change);
+    return nullptr;
+  }
 };
 
 // The process-wide service: the desktop's, unless a test installed another.

@@ -8,7 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libplist-dev libglib2.0-dev libglib2.0-bin
   libxcb1-dev libxcb-ewmh-dev gettext
-  dbus-daemon xvfb
+  dbus-daemon xvfb shared-mime-info
 )
 
 missing=()

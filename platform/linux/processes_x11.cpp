@@ -4,12 +4,15 @@
 #include <climits>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/processes_x11_display.h"
+#include "platform/linux/processes_x11_front_watch.h"
 
 namespace cx::platform {
 namespace {
@@ -95,6 +98,10 @@ class X11Processes final : public Processes {
     }
     psn = *it;
     return noErr;
+  }
+
+  EventSourceHandle watch_front(std::function<void()> on_change) override {
+    return watch_active_window(std::move(on_change));
   }
 
   OSErr set_front_process(const ProcessSerialNumber& psn) override {

@@ -14,7 +14,11 @@
 #include "agent/lifecycle.h"
 #include "agent/menu_extra.h"
 #include "agent/user_sessions.h"
+#include "platform/event_loop.h"
 #include "tests/support/agent_core.h"
+#include "tests/support/child_process.h"
+#include "tests/support/scoped_env.h"
+#include "tests/support/xvfb.h"
 
 namespace cx::test {
 namespace {
@@ -71,7 +75,7 @@ TEST_F(DriverEventTest, QueueIsDrainedOnlyWhileActiveAndUnknownCodesAreSkipped) 
   EXPECT_EQ(timer_driver_poll_count, 0);
   const std::string text = log();
   EXPECT_NE(text.find("Launching URL\r\n"), std::string::npos);
-  EXPECT_EQ(count_in_log("launch_URL is not available"), 1);
+  EXPECT_EQ(launcher_.opened, std::vector<std::string>{"http://example.org/"});
   // A paste without text is logged and skipped.
   EXPECT_NE(text.find("Paste Text\r\n"), std::string::npos);
   EXPECT_EQ(count_in_log("paste_text"), 0);
@@ -171,6 +175,7 @@ TEST_F(ForegroundTest, ActiveAgentDrainsTheQueueOnTheFiftiethTick) {
   EXPECT_EQ(driver_.state().events.size(), 0u);
   EXPECT_EQ(timer_driver_poll_count, 0);
   EXPECT_EQ(count_in_log("Opening Home Page"), 1);
+  EXPECT_EQ(launcher_.opened, std::vector<std::string>{"(browser)"});
 }
 
 TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
@@ -199,6 +204,39 @@ TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
   processes_.list.clear();  // no front process: nothing sent
   foregroundAppTimerAction(nullptr, nullptr);
   EXPECT_EQ(count_in_log("Switching App to "), 5);
+}
+
+// The real main loop and X11 process service on a private X server, where
+// corvex-desktopctl plays the window manager.
+class FrontWatchTest : public AgentTest {
+ protected:
+  void SetUp() override {
+    AgentTest::SetUp();
+    ASSERT_FALSE(xvfb_.display().empty());
+    platform::set_event_loop(nullptr);
+    platform::set_processes(nullptr);
+  }
+  Xvfb xvfb_;
+  ScopedEnv display_{"DISPLAY", xvfb_.display()};
+};
+
+TEST_F(FrontWatchTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
+  background_app_active = 1;
+  installForegroundAppTimer();
+  auto& loop = platform::event_loop();
+  for (const std::string name : {"Alpha", "Beta"}) {
+    ASSERT_EQ(run_command({CX_DESKTOPCTL, "front", name}).exit_status, 0);
+    const auto check =
+        loop.add_timer(std::chrono::milliseconds(2), std::chrono::milliseconds(2), [&] {
+          if (driver_.state().apps.front_name() == name) loop.quit();
+        });
+    const auto give_up = loop.add_one_shot(std::chrono::milliseconds(800), [&] { loop.quit(); });
+    loop.run();
+    EXPECT_EQ(driver_.state().apps.front_name(), name);
+  }
+  EXPECT_EQ(timer_driver_poll_count, 0);  // the first tick comes after a second
+  EXPECT_EQ(count_in_log("Switching App to "), 2);
+  removeForegroundAppTimer();
 }
 
 class SetupTest : public AgentTest {

@@ -15,12 +15,14 @@
 #include "diag/diag_log_file.h"
 #include "diag/diag_state.h"
 #include "driver/driver_connection.h"
+#include "platform/launching.h"
 #include "platform/linux/user_client_socket.h"
 #include "platform/processes.h"
 #include "refdriver/active_user.h"
 #include "tests/support/diagnostics.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_event_loop.h"
+#include "tests/support/fake_launcher.h"
 #include "tests/support/fake_processes.h"
 #include "tests/support/reference_driver.h"
 #include "tests/support/temp_dir.h"
@@ -55,6 +57,7 @@ class AgentTest : public ::testing::Test {
     platform::set_event_loop(&loop_);
     platform::set_apple_events(&events_);
     platform::set_processes(&processes_);
+    platform::set_launcher(&launcher_);
     start_log();
   }
 
@@ -81,6 +84,7 @@ class AgentTest : public ::testing::Test {
     platform::set_event_loop(nullptr);
     platform::set_apple_events(nullptr);
     platform::set_processes(nullptr);
+    platform::set_launcher(nullptr);
     for (const char* name :
          {"CORVEX_SHARED_DIR", "XDG_CONFIG_HOME", "CORVEX_BUNDLE", "CORVEX_MACHINE_ID"})
       unsetenv(name);
@@ -112,6 +116,7 @@ class AgentTest : public ::testing::Test {
   FakeEventLoop loop_;
   testing::FakeAppleEvents events_;
   CountingProcesses processes_;
+  testing::FakeLauncher launcher_;
   TempDir dir_{"cxagent"};
   std::string log_path_ = dir_.file("log.txt");
 

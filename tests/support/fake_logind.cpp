@@ -7,19 +7,17 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <future>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <thread>
 
 #include "platform/linux/apple_events_glib.h"
 #include "tests/support/child_process.h"
+#include "tests/support/dbus_service.h"
 
 namespace cx::test {
 namespace {
 
-using platform::dbus_ae::ConnectionPtr;
 using platform::dbus_ae::NodeInfoPtr;
 using platform::dbus_ae::VariantPtr;
 
@@ -64,10 +62,7 @@ struct FakeLogind::Impl {
   std::string dir, address, error;
   std::optional<std::string> previous_bus;
   std::unique_ptr<PrivateSessionBus> bus;
-  GMainContext* context = g_main_context_new();
-  GMainLoop* loop = g_main_loop_new(context, FALSE);
-  std::thread thread;
-  ConnectionPtr connection;
+  std::unique_ptr<DbusService> service;
   NodeInfoPtr info{g_dbus_node_info_new_for_xml(kInterfaces, nullptr), g_dbus_node_info_unref};
 
   std::mutex mutex;                         // guards the two below, read by the loop thread
@@ -75,8 +70,8 @@ struct FakeLogind::Impl {
   std::map<pid_t, std::string> processes;   // to object path
 
   bool start_bus();
-  // On the loop thread, so that its objects are served there.
-  bool serve();
+  // On the service's thread, so that its objects are served there.
+  bool serve(GDBusConnection* connection);
   void shut_down();
   void manager_call(GDBusConnection* c, const gchar* sender, const gchar* method,
                     GVariant* parameters, GDBusMethodInvocation* invocation);
@@ -101,16 +96,7 @@ bool FakeLogind::Impl::start_bus() {
   return !address.empty();
 }
 
-bool FakeLogind::Impl::serve() {
-  connection.reset(g_dbus_connection_new_for_address_sync(
-      address.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr));
-  if (!connection) {
-    error = "cannot connect to the bus";
-    return false;
-  }
+bool FakeLogind::Impl::serve(GDBusConnection* connection) {
   static const GDBusInterfaceVTable manager = {
       [](GDBusConnection* c, const gchar* sender, const gchar*, const gchar*, const gchar* method,
          GVariant* parameters, GDBusMethodInvocation* invocation, gpointer data) {
@@ -143,19 +129,11 @@ bool FakeLogind::Impl::serve() {
         return &session;
       },
       {}};
-  g_dbus_connection_register_object(connection.get(), kManagerPath, info->interfaces[0], &manager,
-                                    this, nullptr, nullptr);
-  g_dbus_connection_register_subtree(connection.get(), kSessionsPath, &subtree,
-                                     G_DBUS_SUBTREE_FLAGS_DISPATCH_TO_UNENUMERATED_NODES, this,
-                                     nullptr, nullptr);
-  const VariantPtr reply(g_dbus_connection_call_sync(
-      connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-      "RequestName", g_variant_new("(su)", "org.freedesktop.login1", 0u), G_VARIANT_TYPE("(u)"),
-      G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
-  guint32 result = 0;
-  if (reply) g_variant_get(reply.get(), "(u)", &result);
-  if (result != 1) error = "could not own org.freedesktop.login1";
-  return result == 1;
+  return g_dbus_connection_register_object(connection, kManagerPath, info->interfaces[0], &manager,
+                                           this, nullptr, nullptr) != 0 &&
+         g_dbus_connection_register_subtree(connection, kSessionsPath, &subtree,
+                                            G_DBUS_SUBTREE_FLAGS_DISPATCH_TO_UNENUMERATED_NODES,
+                                            this, nullptr, nullptr) != 0;
 }
 
 void FakeLogind::Impl::manager_call(GDBusConnection* c, const gchar* sender, const gchar* method,
@@ -217,30 +195,18 @@ GVariant* FakeLogind::Impl::session_property(const gchar* path, const gchar* nam
 }
 
 void FakeLogind::Impl::shut_down() {
-  if (thread.joinable()) {
-    g_main_loop_quit(loop);
-    thread.join();
-  }
+  if (service) service->stop();
   bus.reset();
 }
 
 FakeLogind::FakeLogind() : impl_(std::make_unique<Impl>()) {
   Impl& d = *impl_;
   if (!d.start_bus()) return;
-  std::promise<bool> ready;
-  std::future<bool> served = ready.get_future();
-  d.thread = std::thread([&d, &ready] {
-    g_main_context_push_thread_default(d.context);
-    const bool ok = d.serve();
-    ready.set_value(ok);
-    if (ok) g_main_loop_run(d.loop);
-    if (d.connection) g_dbus_connection_close_sync(d.connection.get(), nullptr, nullptr);
-    d.connection.reset();
-    while (g_main_context_iteration(d.context, FALSE)) {
-    }
-    g_main_context_pop_thread_default(d.context);
-  });
-  if (!served.get()) d.shut_down();
+  d.service = std::make_unique<DbusService>(
+      d.address, "org.freedesktop.login1",
+      [&d](GDBusConnection* connection) { return d.serve(connection); });
+  d.error = d.service->error();
+  if (!d.error.empty()) d.shut_down();
 }
 
 FakeLogind::~FakeLogind() {
@@ -252,8 +218,7 @@ FakeLogind::~FakeLogind() {
       unsetenv(kSystemBusVariable);
     }
   }
-  g_main_loop_unref(impl_->loop);
-  g_main_context_unref(impl_->context);
+  impl_->service.reset();
   if (!impl_->dir.empty()) std::filesystem::remove_all(impl_->dir);
 }
 
@@ -286,12 +251,13 @@ void FakeLogind::set_active(const std::string& id, bool active) {
     const std::lock_guard lock(impl_->mutex);
     impl_->sessions.at(session_path(id)).active = active;
   }
-  if (!impl_->connection) return;
+  GDBusConnection* connection = impl_->service ? impl_->service->connection() : nullptr;
+  if (!connection) return;
   GVariantBuilder changed;
   g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
   g_variant_builder_add(&changed, "{sv}", "Active", g_variant_new_boolean(active));
   g_dbus_connection_emit_signal(
-      impl_->connection.get(), nullptr, session_path(id).c_str(), "org.freedesktop.DBus.Properties",
+      connection, nullptr, session_path(id).c_str(), "org.freedesktop.DBus.Properties",
       "PropertiesChanged",
       g_variant_new("(sa{sv}@as)", kSession, &changed, g_variant_new_strv(nullptr, 0)), nullptr);
 }
