@@ -38,4 +38,10 @@ void set_preference_value(std::string_view key, plist::ValueRef value, std::stri
 // is written through the link.
 bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost host);
 
+// set_preference_value, then synchronize_preferences, without first copying
+// a value that is written at once; when the write fails, a copy stays
+// pending.
+bool write_preference_value(std::string_view key, const plist::ValueRef& value,
+                            std::string_view domain, PrefUser user, PrefHost host);
+
 }  // namespace cx::platform

@@ -77,7 +77,8 @@ std::shared_ptr<plist::Dictionary> get_user_plist(const std::string& root_key) {
                  root_key.c_str());
     return nullptr;
   }
-  return std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(value.get()));
+  // Already this caller's own copy.
+  return std::static_pointer_cast<plist::Dictionary>(value);
 }
 
 void reconcile_old_user_plist(std::shared_ptr<plist::Dictionary>* user,

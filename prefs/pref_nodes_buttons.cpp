@@ -145,11 +145,12 @@ void write_a_button_data(PrefNode* node) {
     keep_user_value(self);
     return;
   }
-  // Unknown keys of the saved response survive; the conversion rewrites its own.
+  // Unknown keys of the saved response survive; the conversion replaces its
+  // own keys whole, so the values below them can be shared.
   std::shared_ptr<plist::Dictionary> target;
   if (const auto* first = element_at(self->user_elements, 0))
-    if (plist::as<plist::Dictionary>(*first))
-      target = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(first->get()));
+    if (const auto* saved = plist::as<plist::Dictionary>(*first))
+      target = plist::make_dictionary(saved->entries());
   put_resp_data(&work, &target, default_response(*self));
   // The button's elements are unpacked, so it is stored or removed whole.
   if (self->flags & pref_flag::changed) {

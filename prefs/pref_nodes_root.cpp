@@ -17,10 +17,8 @@ void write_cx_pref_data(PrefNode* node) {
   if (!self->user_value) return;
   using platform::PrefHost;
   using platform::PrefUser;
-  platform::synchronize_preferences(kPrefDomain, PrefUser::Current, PrefHost::Any);
-  platform::set_preference_value(kPrefRootKey, self->user_value, kPrefDomain, PrefUser::Current,
-                                 PrefHost::Any);
-  if (!platform::synchronize_preferences(kPrefDomain, PrefUser::Current, PrefHost::Any))
+  if (!platform::write_preference_value(kPrefRootKey, self->user_value, kPrefDomain,
+                                        PrefUser::Current, PrefHost::Any))
     std::fprintf(stderr,
                  "\nCFPreferencesSynchronize returned FALSE: \t\t\t\t%s has NOT been updated.\n",
                  kPrefFileName);

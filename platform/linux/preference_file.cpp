@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <map>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -56,6 +58,54 @@ bool is_temporary_name(std::string_view name, std::string_view base) {
   return true;
 }
 
+// What tells one content of a domain file from another without reading it:
+// a replacement by rename is a new inode, a change in place moves the change
+// time, which no one can set back.
+struct FileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  int64_t modified_ns = 0;
+  int64_t changed_ns = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+int64_t nanoseconds(const timespec& t) {
+  return int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
+}
+
+FileIdentity identity_of(const struct stat& st) {
+  return {st.st_dev, st.st_ino, st.st_size, nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
+}
+
+// File times move in ticks of the file system's clock (up to two seconds):
+// a file changed less than a tick before it was read may change again
+// without its times showing it.
+constexpr int64_t kSettledAfterNs = 2'000'000'000;
+
+int64_t now_ns() {
+  timespec t{};
+  ::clock_gettime(CLOCK_REALTIME, &t);
+  return nanoseconds(t);
+}
+
+struct ParsedFile {
+  FileIdentity identity;
+  DomainFile file;
+};
+
+bool settled(const FileIdentity& file, int64_t read_at_ns) {
+  return read_at_ns - file.changed_ns > kSettledAfterNs &&
+         read_at_ns - file.modified_ns > kSettledAfterNs;
+}
+
+// The last parse of each domain file: a load and the saves after it do not
+// parse an unchanged file again.
+std::map<std::string, ParsedFile, std::less<>>& parsed_files() {
+  static std::map<std::string, ParsedFile, std::less<>> files;
+  return files;
+}
+
 }  // namespace
 
 DomainFile read_domain_file(const std::string& path) {
@@ -69,11 +119,17 @@ DomainFile read_domain_file(const std::string& path) {
     return file;
   }
   file.status = DomainFileRead::Unusable;
+  // Before the times are taken, so that a file settled then is settled for them.
+  const int64_t read_at = now_ns();
   struct stat st {};
   if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) {
     file.error = "is not a regular file";
     return file;
   }
+  const FileIdentity identity = identity_of(st);
+  if (const auto it = parsed_files().find(path);
+      it != parsed_files().end() && it->second.identity == identity)
+    return it->second.file;
   std::vector<uint8_t> bytes;
   uint8_t chunk[65536];
   for (;;) {
@@ -100,6 +156,12 @@ DomainFile read_domain_file(const std::string& path) {
   file.status = DomainFileRead::Ok;
   file.root = std::move(parsed.value);
   file.format = parsed.format;
+  if (settled(identity, read_at)) {
+    file.shared = true;
+    parsed_files()[path] = {identity, file};
+  } else {
+    parsed_files().erase(path);
+  }
   return file;
 }
 
@@ -139,6 +201,7 @@ bool replace_domain_file(const std::string& path, const plist::Value& root, cons
     return false;
   }
   sync_folder_of(path);
+  parsed_files().erase(path);
   return true;
 }
 

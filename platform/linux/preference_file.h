@@ -20,7 +20,9 @@ enum class DomainFileRead { Ok, Missing, Unusable, Unparsable };
 struct DomainFile {
   DomainFileRead status = DomainFileRead::Missing;
   plist::ValueRef root;  // Ok only
-  mode_t mode = 0644;    // permission bits to give the file when rewritten
+  // root is kept for later reads of the unchanged file: never change it in place.
+  bool shared = false;
+  mode_t mode = 0644;  // permission bits to give the file when rewritten
   // Rewritten in the format it was read in: XML dates hold whole seconds of
   // years 0000-9999, a binary file's may hold more.
   plist::Format format = plist::Format::Xml;

@@ -90,7 +90,8 @@ plist::ValueRef copy_preference_value(std::string_view key, std::string_view dom
   if (path.empty()) return nullptr;
   const DomainFile file = read_domain_file(path);
   const auto* dict = plist::as<plist::Dictionary>(file.root);
-  return dict ? dict->get(key) : nullptr;
+  if (!dict) return nullptr;
+  return file.shared ? copy_of(dict->get(key)) : dict->get(key);
 }
 
 void set_preference_value(std::string_view key, plist::ValueRef value, std::string_view domain,
@@ -124,19 +125,37 @@ bool synchronize_preferences(std::string_view domain, PrefUser user, PrefHost ho
     return refuse(path, file.error);
   if (file.root && !plist::as<plist::Dictionary>(file.root))
     return refuse(path, "top level is not a dictionary");
-  auto dict =
-      file.root ? std::static_pointer_cast<plist::Dictionary>(file.root) : plist::make_dictionary();
+  const auto* read = plist::as<plist::Dictionary>(file.root);
+  auto dict = read ? plist::make_dictionary(read->entries()) : plist::make_dictionary();
+  // A file that already says all this is left alone: its bytes stay as they
+  // are and the save costs no flush to disk.
+  bool differs = !file.root;
   for (const auto& [key, value] : scope->second) {
+    const plist::ValueRef before = dict->get(key);
     if (value) {
+      differs = differs || !plist::equal(before.get(), value.get());
       dict->set(key, value);
     } else {
+      differs = differs || before;
       dict->remove(key);
     }
   }
   remove_stale_temporaries(path);
-  if (!replace_domain_file(path, *dict, file, error)) return refuse(path, error);
+  if (differs && !replace_domain_file(path, *dict, file, error)) return refuse(path, error);
   pending().erase(scope);
   return true;
+}
+
+bool write_preference_value(std::string_view key, const plist::ValueRef& value,
+                            std::string_view domain, PrefUser user, PrefHost host) {
+  if (preference_file_path(domain, user, host).empty())
+    return synchronize_preferences(domain, user, host);
+  PendingChanges& changes = pending()[Scope{std::string(domain), user, host}];
+  changes[std::string(key)] = value;
+  if (synchronize_preferences(domain, user, host)) return true;
+  // Still pending, so no longer the caller's to change.
+  changes[std::string(key)] = copy_of(value);
+  return false;
 }
 
 }  // namespace cx::platform

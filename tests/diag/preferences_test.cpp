@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "plist/plist_io.h"
@@ -241,20 +242,63 @@ TEST_F(PreferencesTest, FilesKeepTheirModeAndLinksIntoTheUsersFoldersAreWrittenT
   }
 }
 
+// A value handed over to be written at once stays pending as it was handed
+// over when the write fails.
 TEST_F(PreferencesTest, AHeldLockFailsTheWriteAndStaleTemporariesGo) {
   const std::string path = preference_file_path("d.l", kMe, kAnyHost);
   test::write_file(path + ".Ab12Cd", "left by a killed writer");
   test::write_file(path + ".lock", "");
   const int held = ::open((path + ".lock").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(::flock(held, LOCK_EX), 0);
-  bool written = true;
-  EXPECT_NE(set_and_sync("d.l", 1, written).find(path + ".lock for longer than"),
+  const auto list = plist::make_array();
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(write_preference_value("list", list, "d.l", kMe, kAnyHost));
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find(path + ".lock for longer than"),
             std::string::npos);
-  EXPECT_FALSE(written);
+  list->append(plist::make_int32(2));
   ::close(held);
+  bool written = false;
   set_and_sync("d.l", 1, written);
   EXPECT_TRUE(written);
+  EXPECT_EQ(plist::as<plist::Array>(copy_preference_value("list", "d.l", kMe, kAnyHost))->size(),
+            0u);
   EXPECT_FALSE(std::filesystem::exists(path + ".Ab12Cd"));
+}
+
+// Setting what a hand-written file already holds leaves it byte for byte.
+TEST_F(PreferencesTest, ASynchronizeThatChangesNothingLeavesTheFileAlone) {
+  const std::string path = preference_file_path("d.s", kMe, kAnyHost);
+  const std::string hand_written =
+      "<plist version=\"1.0\"><dict> <key>k</key> <integer>4</integer> </dict></plist>";
+  test::write_file(path, hand_written);
+  set_preference_value("absent", nullptr, "d.s", kMe, kAnyHost);
+  bool written = false;
+  set_and_sync("d.s", 4, written);
+  EXPECT_TRUE(written);
+  EXPECT_EQ(test::read_file(path), hand_written);
+}
+
+// A settled file read again comes from memory: each reader still gets its
+// own value, and a change in place of the same size is seen.
+TEST_F(PreferencesTest, ReadsOfAnUnchangedFileAreEachTheReadersOwn) {
+  const std::string path = preference_file_path("d.c", kMe, kAnyHost);
+  const auto list_of = [](const char* text) {
+    auto list = plist::make_array();
+    list->append(plist::make_string(text));
+    return plist::make_dictionary({{"list", list}});
+  };
+  test::write_file(path, "");
+  ASSERT_TRUE(plist::write_plist_file(path, *list_of("a"), plist::Format::Xml).ok());
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // past any file clock tick
+  for (int pass = 0; pass < 2; ++pass) {
+    const plist::ValueRef list = copy_preference_value("list", "d.c", kMe, kAnyHost);
+    ASSERT_EQ(plist::as<plist::Array>(list)->size(), 1u) << pass;
+    plist::as<plist::Array>(list)->append(plist::make_int32(1));
+  }
+  const auto theirs = list_of("b");
+  ASSERT_TRUE(plist::write_plist_file(path, *theirs, plist::Format::Xml).ok());
+  EXPECT_TRUE(
+      plist::equal(copy_preference_value("list", "d.c", kMe, kAnyHost), theirs->get("list")));
 }
 
 // The agent and a control panel both change the file: the second one's
