@@ -15,6 +15,7 @@
 #include "model/action_codes.h"
 #include "model/actlist.h"
 #include "model/builtin_actlists.h"
+#include "model/numbering.h"
 #include "util/byte_order.h"
 #include "util/localized_strings.h"
 
@@ -22,10 +23,6 @@ namespace cx {
 namespace {
 
 constexpr uint8_t kGlobalApp = 0;
-constexpr int16_t kFirstPreset = 18;
-constexpr int16_t kLastPreset = 23;
-constexpr int16_t kFirstGlobalDataspace = 256;
-constexpr int16_t kEndGlobalDataspace = 320;
 constexpr int16_t kAllLocalDataspaces = -1;
 constexpr int16_t kNewGlobalDataspace = -2;
 constexpr uint32_t kDataspaceWrite = 0;
@@ -318,7 +315,7 @@ void cleanup_driver_buttons() {
   DeallocateSpace(kAllLocalDataspaces);
   for (int16_t index = kFirstGlobalDataspace; index < kEndGlobalDataspace; ++index)
     DeallocateSpace(index);
-  for (int16_t button = kFirstPreset; button <= kLastPreset; ++button)
+  for (int16_t button = kFirstPresetButton; button <= kLastPresetButton; ++button)
     setup_default_preset_menu(button);
 }
 
@@ -335,7 +332,7 @@ int16_t setup_default_preset_menu(int16_t button) {
 int16_t setup_default_preset(int16_t button) {
   act_item entry{};
   std::string name;
-  if (button == kFirstPreset) {
+  if (button == kFirstPresetButton) {
     entry = home_page_actlist[0];
     name = preset_string(kHomePageEntryName);
   } else {
@@ -356,7 +353,8 @@ int16_t setup_default_preset(int16_t button) {
 
 void fixup_menu_item_preset_buttons(bool imported_version2) {
   preset_fixup fixup(imported_version2);
-  for (int16_t button = kFirstPreset; button <= kLastPreset; ++button) fixup.fix_button(button);
+  for (int16_t button = kFirstPresetButton; button <= kLastPresetButton; ++button)
+    fixup.fix_button(button);
   if (!fixup.corrected()) return;
   diag_timestamp(kRepairLevel);
   diag_line("========= end of fixup ==========", kRepairLevel);

@@ -9,6 +9,7 @@
 
 #include "driver/app_requests.h"
 #include "driver/data_requests.h"
+#include "model/numbering.h"
 #include "prefs/app_set_buffer.h"
 #include "prefs/legacy_reader.h"
 #include "util/file_ops.h"
@@ -42,8 +43,6 @@ constexpr int16_t kOldFlagsRecord = 8;
 constexpr uint32_t kCacheWrite = 1;
 
 constexpr int16_t kAllLocalSpaces = -1;
-constexpr int16_t kFirstGlobalSpace = 256;
-constexpr int16_t kEndGlobalSpace = 320;
 constexpr uint32_t kDataspaceSend = 0;
 
 constexpr size_t kAppKeySize = 32;
@@ -104,7 +103,7 @@ bool load_dataspaces(int16_t ref, bool free_globals) {
   if (count <= 0) return true;
   DeallocateSpace(kAllLocalSpaces);
   if (free_globals)
-    for (int16_t index = kFirstGlobalSpace; index < kEndGlobalSpace; ++index)
+    for (int16_t index = kFirstGlobalDataspace; index < kEndGlobalDataspace; ++index)
       DeallocateSpace(index);
   std::vector<uint8_t> data;
   for (int16_t i = 0; i < count; ++i) {

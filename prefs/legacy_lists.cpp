@@ -8,6 +8,7 @@
 #include "driver/actlist_requests.h"
 #include "driver/data_requests.h"
 #include "model/actlist.h"
+#include "model/numbering.h"
 #include "prefs/legacy_import.h"
 #include "prefs/legacy_reader.h"
 
@@ -18,8 +19,6 @@ namespace {
 // half-loaded button set.
 constexpr int16_t kListsLoadingRecord = 16;
 constexpr uint8_t kGlobalMods = 0;
-constexpr uint8_t kFirstPresetButton = 18;
-constexpr uint8_t kLastPresetButton = 23;
 constexpr size_t kNameFlagsOffset = 34;
 constexpr uint16_t kPresetNameFlags = 0x8002;
 
@@ -76,7 +75,7 @@ bool read_names(int16_t ref, int16_t buttons) {
     for (int16_t n = 0; n < counts[static_cast<size_t>(i)]; ++n) {
       std::array<uint8_t, kActionNameSize> name{};
       if (!read_exact(ref, name.data(), kActionNameSize)) return false;
-      if (button >= kFirstPresetButton && button <= kLastPresetButton)
+      if (is_preset_button(button))
         store_be16(&name[kNameFlagsOffset], load_be16(&name[kNameFlagsOffset]) | kPresetNameFlags);
       if (SetActionName(kGlobalMods, button, n, name) <= 0) return false;
     }

@@ -19,7 +19,7 @@ uint8_t resp_mods(const resp_work& work) {
 
 bool resp_is_global(const resp_work& work) {
   const uint8_t button = resp_button(work);
-  return button >= kFirstPresetButton && button <= kLastPresetButton;
+  return is_preset_button(button);
 }
 
 int16_t resp_menu_index(const resp_work& work) {

@@ -4,13 +4,10 @@
 #include <cstdint>
 #include <string_view>
 
+#include "model/numbering.h"
 #include "responses/resp_work.h"
 
 namespace cx {
-
-// Buttons 18 to 23 are the preset buttons, whose responses are global.
-inline constexpr uint8_t kFirstPresetButton = 18;
-inline constexpr uint8_t kLastPresetButton = 23;
 
 uint8_t resp_button(const resp_work& work);
 uint8_t resp_mods(const resp_work& work);

@@ -11,8 +11,6 @@
 namespace cx::corvexctl {
 namespace {
 
-constexpr uint8_t kFirstPreset = 18;
-constexpr uint8_t kLastPreset = 23;
 // The driver keeps keys of up to 31 bytes and names of up to 127.
 constexpr size_t kMaxKeyLength = 31;
 constexpr std::string_view kGlobalKey = "Default";
@@ -37,10 +35,6 @@ std::string button_key(uint8_t button) {
   for (const auto& entry : but_key_table)
     if (entry.button == button) return std::string(entry.key);
   return "ButtonID_" + std::to_string(button);
-}
-
-bool is_preset_button(uint8_t button) {
-  return button >= kFirstPreset && button <= kLastPreset;
 }
 
 std::optional<uint8_t> parse_mods(const std::string& command, const std::string& word) {

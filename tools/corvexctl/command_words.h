@@ -6,13 +6,14 @@
 #include <optional>
 #include <string>
 
+#include "model/numbering.h"
+
 namespace cx::corvexctl {
 
 // The preference key's button number, or nothing after a usage message.
 std::optional<uint8_t> parse_button(const std::string& command, const std::string& word);
 // The preference key of a button number ("ButtonID_24" style when it has none).
 std::string button_key(uint8_t button);
-bool is_preset_button(uint8_t button);
 
 // Modifier names joined with "+" ("Shift+Cmd"); nothing after a message.
 std::optional<uint8_t> parse_mods(const std::string& command, const std::string& word);
