@@ -21,15 +21,15 @@ uint8_t button_number(std::string_view key) {
 
 namespace {
 
-struct NodeSpec {
+struct NodeRow {
   int32_t kind;
   std::string_view key;
   pref_node_fn write_fn;
   pref_node_fn read_fn;
 };
 
-pref_tree_ref node(const NodeSpec& spec, std::initializer_list<pref_tree_ref> children = {}) {
-  pref_tree_ref n = create_tree_object(spec.kind, spec.key, spec.write_fn, spec.read_fn, 0);
+pref_tree_ref node(const NodeRow& row, std::initializer_list<pref_tree_ref> children = {}) {
+  pref_tree_ref n = create_tree_object(row.kind, row.key, row.write_fn, row.read_fn, 0);
   for (const pref_tree_ref& child : children) n->append_child(child);
   return n;
 }
