@@ -33,6 +33,31 @@ void move_key(plist::Dictionary* dict, const char* from, const char* to) {
   }
 }
 
+// The read pass over a user dictionary already fetched, so that a load
+// reads the user's file once.
+void read_plist_prefs_from(pref_tree_ref* root, std::shared_ptr<plist::Dictionary> user) {
+  if (!root || !*root) return;
+  pref_item_info* info = get_object_info(root->get());
+  const auto defaults = get_default_plist();
+  if (!defaults) {
+    std::fprintf(stderr, " CX Background: Default plist not found\n");
+    return;
+  }
+  info->default_value = defaults->get(kPrefRootKey);
+  const auto* default_root = plist::as<plist::Dictionary>(info->default_value);
+  if (!default_root) info->default_value.reset();
+  const std::string default_version = version_of(default_root, "");
+  if (user) {
+    info->flags |= pref_flag::user_present;
+    const std::string user_version = version_of(user.get(), kOldVersion);
+    if (user_version != default_version) reconcile_old_user_plist(&user, user_version);
+  } else {
+    info->flags &= ~pref_flag::user_present;
+  }
+  info->user_value = user;
+  info->read_fn(root->get());
+}
+
 // Without property-list preferences the user may still have an old binary
 // file: its settings go to the driver and stay in force, the tree only
 // learns the dictionaries, and the next save writes the settings out.
@@ -59,8 +84,8 @@ pref_tree_ref load_user_preferences() {
   cleanup_driver_buttons();
   pref_data = create_pref_tree();
   diag_line("Reading Preference file", kTraceLevel);
-  if (get_user_plist(kPrefRootKey)) {
-    read_plist_prefs(&pref_data);
+  if (auto user = get_user_plist(kPrefRootKey)) {
+    read_plist_prefs_from(&pref_data, std::move(user));
   } else {
     import_legacy_prefs();
   }
@@ -105,27 +130,7 @@ void reconcile_old_user_plist(std::shared_ptr<plist::Dictionary>* user,
 }
 
 void read_plist_prefs(pref_tree_ref* root) {
-  if (!root || !*root) return;
-  pref_item_info* info = get_object_info(root->get());
-  const auto defaults = get_default_plist();
-  if (!defaults) {
-    std::fprintf(stderr, " CX Background: Default plist not found\n");
-    return;
-  }
-  info->default_value = defaults->get(kPrefRootKey);
-  const auto* default_root = plist::as<plist::Dictionary>(info->default_value);
-  if (!default_root) info->default_value.reset();
-  const std::string default_version = version_of(default_root, "");
-  auto user = get_user_plist(kPrefRootKey);
-  if (user) {
-    info->flags |= pref_flag::user_present;
-    const std::string user_version = version_of(user.get(), kOldVersion);
-    if (user_version != default_version) reconcile_old_user_plist(&user, user_version);
-  } else {
-    info->flags &= ~pref_flag::user_present;
-  }
-  info->user_value = user;
-  info->read_fn(root->get());
+  read_plist_prefs_from(root, get_user_plist(kPrefRootKey));
 }
 
 int write_plist_prefs(pref_tree_ref* root) {
