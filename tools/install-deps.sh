@@ -7,8 +7,9 @@ packages=(
   cmake ninja-build g++ clang pkg-config python3
   libgtest-dev libgmock-dev libbenchmark-dev
   libplist-dev libglib2.0-dev libglib2.0-bin
-  libxcb1-dev libxcb-ewmh-dev gettext
-  dbus-daemon xvfb shared-mime-info
+  libxcb1-dev libxcb-ewmh-dev libxcb-xtest0-dev libgtk-3-dev gettext
+  libevdev-dev libudev-dev
+  dbus-daemon xvfb shared-mime-info openbox xterm
 )
 
 missing=()
