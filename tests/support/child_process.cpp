@@ -59,8 +59,21 @@ PrivateSessionBus::~PrivateSessionBus() {
   waitpid(pid_, nullptr, 0);
 }
 
+std::string write_open_bus_config(const std::string& dir) {
+  write_file(dir + "/bus.conf", "<busconfig>\n  <listen>unix:path=" + dir + "/bus_socket</listen>" +
+                                    R"(
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_sender="*"/>
+  </policy>
+</busconfig>
+)");
+  return dir + "/bus.conf";
+}
+
 // posix_spawn returns once the program runs, so its process name is already its own.
-BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv)
+BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv,
+                                     const std::vector<std::string>& env)
     : out_path_(temp_file()), err_path_(temp_file()) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -69,7 +82,11 @@ BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv)
   std::vector<char*> args;
   for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
   args.push_back(nullptr);
-  if (posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), environ) != 0) pid_ = -1;
+  std::vector<char*> vars;
+  for (const std::string& var : env) vars.push_back(const_cast<char*>(var.c_str()));
+  vars.push_back(nullptr);
+  char** const envp = env.empty() ? environ : vars.data();
+  if (posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), envp) != 0) pid_ = -1;
   posix_spawn_file_actions_destroy(&actions);
 }
 
