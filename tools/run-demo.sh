@@ -195,7 +195,7 @@ echo "   play systemd-logind and the desktop's notification server"
   unset DISPLAY
   spids=()
   trap 'kill "${spids[@]}" 2>/dev/null || true; wait 2>/dev/null || true' EXIT
-  dbus-daemon --session --nofork --print-address=1 >"$s/bus" &
+  dbus-daemon --session --nofork --print-address=1 >"$s/bus" 2>"$s/bus.err" &
   spids+=($!)
   DBUS_SESSION_BUS_ADDRESS=$(first_line "$s/bus")
   export DBUS_SESSION_BUS_ADDRESS
@@ -203,7 +203,7 @@ echo "   play systemd-logind and the desktop's notification server"
   "$bin/refdriver/corvex-driverd" >"$s/driverd.log" 2>&1 &
   spids+=($!)
   wait_for "$s/driverd.log" serving
-  "$bin/tests/support/cx-desktop-standins" second "$(id -u)" >"$s/desktop.log" 2>&1 &
+  "$bin/tests/support/cx-desktop-standins" second "$(id -u)" >"$s/desktop.log" 2>"$s/desktop.err" &
   desktop=$!
   spids+=($desktop)
   DBUS_SYSTEM_BUS_ADDRESS=$(first_line "$s/desktop.log")

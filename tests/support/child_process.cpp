@@ -38,6 +38,10 @@ PrivateSessionBus::PrivateSessionBus(const char* variable, const std::string& co
   pid_ = fork();
   if (pid_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);  // a crashed test leaves no daemon behind
+    // A parent that waits for its signals with them blocked must still be able to stop the daemon.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     dup2(fds[1], STDOUT_FILENO);
     close(fds[0]);
     close(fds[1]);
