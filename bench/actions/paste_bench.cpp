@@ -25,7 +25,7 @@
 #include "platform/linux/clipboard_x11.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/child_process.h"
-#include "tests/support/driver_control.h"
+#include "bench/support/driver_control.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/xvfb.h"

@@ -20,7 +20,7 @@
 #include "platform/event_loop.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/child_process.h"
-#include "tests/support/driver_control.h"
+#include "bench/support/driver_control.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_processes.h"
 #include "tests/support/temp_dir.h"
