@@ -160,7 +160,10 @@ class X11Clipboard final : public Clipboard {
 
   int32_t post_key(uint16_t character, uint16_t virtual_key, bool down) override {
     if (!connect()) return kCGErrorFailure;
-    return session_->keys().post(character, virtual_key, down) ? 0 : kCGErrorFailure;
+    const bool posted = session_->keys().post(character, virtual_key, down);
+    // Reading the keyboard mapping may have queued events.
+    session_->dispatch();
+    return posted ? 0 : kCGErrorFailure;
   }
 
  private:
