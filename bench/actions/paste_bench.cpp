@@ -15,6 +15,7 @@
 
 #include "agent/agent_state.h"
 #include "agent/lifecycle.h"
+#include "bench/support/driver_control.h"
 #include "driver/actlist_requests.h"
 #include "driver/data_requests.h"
 #include "driver/driver_connection.h"
@@ -25,7 +26,6 @@
 #include "platform/linux/clipboard_x11.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/child_process.h"
-#include "bench/support/driver_control.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/xvfb.h"

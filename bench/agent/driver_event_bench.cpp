@@ -16,11 +16,11 @@
 
 #include "agent/agent_state.h"
 #include "agent/lifecycle.h"
+#include "bench/support/driver_control.h"
 #include "driver/driver_connection.h"
 #include "platform/event_loop.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/child_process.h"
-#include "bench/support/driver_control.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_processes.h"
 #include "tests/support/temp_dir.h"
