@@ -235,6 +235,8 @@ echo "   play systemd-logind and the desktop's notification server"
     [ "$("$cp" status)" = active ] && break
     sleep 0.05
   done
+  echo "-- The driver hands the console to this user: asked to announce itself (code 15), the"
+  echo "   agent claims the driver again, which confirms it (code 14)"
   "$ctl" console-switch "$(id -u)" >/dev/null
   wait_for "$s/shared/CXBkgnd_Diags.txt" "action=15"
   echo "corvexctl status: $("$cp" status); driver: $("$ctl" state | head -n1)"

@@ -48,8 +48,10 @@ int main(int argc, char** argv) {
     const auto received = notifications.received();
     for (; shown < received.size(); ++shown) {
       const cx::test::Notification& n = received[shown];
-      std::printf("notification from \"%s\" (urgency %d):\n  %s\n  %s\n", n.app_name.c_str(),
-                  n.urgency, n.summary.c_str(), n.body.c_str());
+      static constexpr const char* kUrgency[] = {"low", "normal", "critical"};
+      const char* urgency = n.urgency >= 0 && n.urgency <= 2 ? kUrgency[n.urgency] : "unset";
+      std::printf("notification from \"%s\", urgency %s:\n  %s\n  %s\n", n.app_name.c_str(),
+                  urgency, n.summary.c_str(), n.body.c_str());
     }
     std::fflush(stdout);
   }
