@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "agent/low_battery.h"
@@ -122,32 +123,30 @@ TEST_F(LowBatteryTest, EachDueEntryNotifiesOnceAndTheTableIsWrittenAfterAll) {
 // Without a notification server the alert is a window, which takes the front
 // for a while; without a display either, the log keeps it.
 TEST_F(LowBatteryTest, EachDueEntryIsShownOnceByTheFirstWayThereIs) {
-  using Way = FakeAlerts::Way;
   const std::string plain =
-      "The battery of “Corvex Wireless Mouse” is low.\nReplace the batteries soon to keep using "
+      "The battery of “Corvex Wireless Mouse” is low. / Replace the batteries soon to keep using "
       "the device without interruption.";
   const std::string rechargeable =
-      "The battery of “Corvex Wireless Mouse Rechargeable” is low.\nRecharge the device soon. A "
+      "The battery of “Corvex Wireless Mouse Rechargeable” is low. / Recharge the device soon. A "
       "full charge takes about 4 hours.";
   const platform::ProcessSerialNumber editor{0, 77}, agent{0, 78};
   processes_.list = {{editor, platform::fourcc("ttxt"), "TextEdit"},
                      {agent, platform::fourcc("cxbg"), "Corvex Background"}};
-  struct Case {
-    bool server, display;
-    Way way;
-  };
-  for (const Case c : {Case{true, true, Way::notification}, Case{true, false, Way::notification},
-                       Case{false, true, Way::window}, Case{false, false, Way::window}}) {
-    SCOPED_TRACE(::testing::Message() << "server " << c.server << ", display " << c.display);
+  for (const auto& [server, display, way] : {std::tuple{true, true, "notification"},
+                                             {true, false, "notification"},
+                                             {false, true, "window"},
+                                             {false, false, ""}}) {
+    SCOPED_TRACE(::testing::Message() << "server " << server << ", display " << display);
     start_log();
-    FakeAlerts alerts(c.server, c.display);
+    FakeAlerts alerts(server, display);
     alerts.on_window = [&] { platform::SetFrontProcess(&agent); };
     set_table({{kPlain, 5, kDue}, {kUnknown, 6, kDue}, {kRechargeable, 7, kDue}});
     EXPECT_EQ(handle_lo_bat_alert(), 0);
-    const bool shown = c.server || c.display;
-    const std::vector<FakeAlerts::Shown> expected{{c.way, plain}, {c.way, rechargeable}};
-    EXPECT_EQ(alerts.shown, shown ? expected : std::vector<FakeAlerts::Shown>{});
-    EXPECT_EQ(count_in_log("The battery of"), shown ? 0 : 2) << log();
+    const std::string how = way;
+    std::vector<std::string> expected{how + ": " + plain, how + ": " + rechargeable};
+    if (how.empty()) expected.clear();
+    EXPECT_EQ(alerts.shown, expected);
+    EXPECT_EQ(count_in_log("The battery of"), how.empty() ? 2 : 0) << log();
     EXPECT_EQ(processes_.list.front().psn, editor);
     EXPECT_EQ(entries(),
               (std::vector<Entry>{{kPlain, 5, 0}, {kUnknown, 6, 0}, {kRechargeable, 7, 0}}));

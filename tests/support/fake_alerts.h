@@ -1,6 +1,7 @@
 // Alerts for tests: a notification server and a display that are there or
-// not, installed while the object lives; every alert shown is kept, with the
-// way it was shown. `on_window` runs while an alert window is up.
+// not, installed while the object lives. Every alert shown is kept as the
+// way it was shown ("notification" or "window"), ": ", then its two texts
+// joined by " / ". `on_window` runs while an alert window is up.
 #pragma once
 
 #include <functional>
@@ -14,13 +15,6 @@ namespace cx::test {
 
 class FakeAlerts final : public platform::Alerts {
  public:
-  enum class Way { notification, window };
-  struct Shown {
-    Way way;
-    std::string text;  // message or summary, a newline, explanation or body
-    bool operator==(const Shown&) const = default;
-  };
-
   FakeAlerts(bool server, bool display) : server_(server), display_(display) {
     platform::set_alerts(this);
   }
@@ -30,23 +24,23 @@ class FakeAlerts final : public platform::Alerts {
 
   bool post_critical_notification(std::string_view, std::string_view summary,
                                   std::string_view body) override {
-    if (server_) shown.push_back({Way::notification, join(summary, body)});
+    if (server_) keep("notification", summary, body);
     return server_;
   }
   bool run_caution_alert(std::string_view, std::string_view message,
                          std::string_view explanation) override {
     if (!display_) return false;
-    shown.push_back({Way::window, join(message, explanation)});
+    keep("window", message, explanation);
     if (on_window) on_window();
     return true;
   }
 
-  std::vector<Shown> shown;
+  std::vector<std::string> shown;
   std::function<void()> on_window;
 
  private:
-  static std::string join(std::string_view a, std::string_view b) {
-    return std::string(a) + "\n" + std::string(b);
+  void keep(std::string_view way, std::string_view text, std::string_view more) {
+    shown.push_back(std::string(way) + ": " + std::string(text) + " / " + std::string(more));
   }
   bool server_, display_;
 };
