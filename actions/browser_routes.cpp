@@ -147,8 +147,8 @@ OSErr get_top_URL_info(std::string& url, std::string& title) {
   const auto route = std::find_if(std::begin(kRoutes), std::end(kRoutes), [&](const Route& r) {
     return name.find(r.name_part) != std::string_view::npos;
   });
-  const OSErr err = route != std::end(kRoutes) ? route->fetch(url, title)
-                                               : get_spyglass_URL_info(url, title);
+  const OSErr err =
+      route != std::end(kRoutes) ? route->fetch(url, title) : get_spyglass_URL_info(url, title);
   // A front application that takes no Apple events may still describe its page.
   return err == procNotFound ? get_desktop_URL_info(url, title) : err;
 }

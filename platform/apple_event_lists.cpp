@@ -17,29 +17,6 @@ void append_item(std::vector<uint8_t>& out, const AEDesc& item) {
   out.insert(out.end(), item.data.begin(), item.data.end());
 }
 
-// Walks the flattened items of `desc`; `keyed` items start with a keyword.
-template <typename Visit>
-OSErr walk_items(const AEDesc& desc, bool keyed, Visit visit) {
-  const std::vector<uint8_t>& d = desc.data;
-  if (d.size() < 4) return errAECorruptData;
-  const uint32_t count = load_be32(d.data());
-  const size_t head = keyed ? 12 : 8;
-  // Every item needs its head: a count beyond that is a lie, not a reason to allocate.
-  if (count > (d.size() - 4) / head) return errAECorruptData;
-  size_t at = 4;
-  for (uint32_t i = 0; i < count; ++i) {
-    if (d.size() - at < head) return errAECorruptData;
-    const OSType keyword = keyed ? load_be32(&d[at]) : 0;
-    const uint8_t* p = &d[at + head - 8];
-    const uint32_t length = load_be32(p + 4);
-    at += head;
-    if (d.size() - at < length) return errAECorruptData;
-    visit(keyword, AEDesc{load_be32(p), {d.begin() + at, d.begin() + at + length}});
-    at += length;
-  }
-  return at == d.size() ? noErr : errAECorruptData;
-}
-
 }  // namespace
 
 AEDesc make_list_desc(std::span<const AEDesc> items) {
@@ -84,15 +61,23 @@ AEDesc make_property_specifier(OSType element_class, int32_t index, OSType prope
 OSErr list_items(const AEDesc& list, std::vector<AEDesc>& out) {
   out.clear();
   if (list.descriptorType != typeAEList) return errAECoercionFail;
-  return walk_items(list, false, [&](OSType, AEDesc item) { out.push_back(std::move(item)); });
-}
-
-OSErr record_items(const AEDesc& record, std::vector<std::pair<OSType, AEDesc>>& out) {
-  out.clear();
-  if (record.descriptorType != typeAERecord && record.descriptorType != typeObjectSpecifier)
-    return errAECoercionFail;
-  return walk_items(record, true,
-                    [&](OSType keyword, AEDesc item) { out.emplace_back(keyword, std::move(item)); });
+  const std::vector<uint8_t>& d = list.data;
+  if (d.size() < 4) return errAECorruptData;
+  const uint32_t count = load_be32(d.data());
+  // Every item needs its head: a count beyond that is a lie, not a reason to allocate.
+  constexpr size_t kHead = 8;
+  if (count > (d.size() - 4) / kHead) return errAECorruptData;
+  size_t at = 4;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (d.size() - at < kHead) return errAECorruptData;
+    const OSType type = load_be32(&d[at]);
+    const uint32_t length = load_be32(&d[at + 4]);
+    at += kHead;
+    if (d.size() - at < length) return errAECorruptData;
+    out.push_back(AEDesc{type, {d.begin() + at, d.begin() + at + length}});
+    at += length;
+  }
+  return at == d.size() ? noErr : errAECorruptData;
 }
 
 OSErr get_nth_item(const AEDesc& list, int32_t index, OSType wanted, AEDesc& out) {

@@ -2,7 +2,7 @@
 // transport carries each parameter as one typed byte string, so a composite
 // descriptor flattens its items into its data, big-endian:
 //   `list`: u32 count, then per item u32 type, u32 length, the bytes;
-//   `reco` and `obj `: u32 count, then per item u32 keyword, u32 type,
+//   records (`obj `): u32 count, then per item u32 keyword, u32 type,
 //   u32 length, the bytes.
 // An object specifier is a record of `want` (`type`: the class), `from` (the
 // container: `null` or another specifier), `form` (`enum`) and `seld`.
@@ -18,7 +18,6 @@
 namespace cx::platform {
 
 constexpr OSType typeAEList = fourcc("list");
-constexpr OSType typeAERecord = fourcc("reco");
 constexpr OSType typeObjectSpecifier = fourcc("obj ");
 constexpr OSType typeType = fourcc("type");
 constexpr OSType typeEnumerated = fourcc("enum");
@@ -45,10 +44,9 @@ AEDesc make_type_desc(OSType type, OSType code);
 // container ("pnam of cwin 1").
 AEDesc make_property_specifier(OSType element_class, int32_t index, OSType property);
 
-// The items of a `list` (or, with keywords, of a `reco` or `obj `): -1702
-// for data that does not add up, -1700 for another type.
+// The items of a `list`: -1702 for data that does not add up, -1700 for
+// another type.
 OSErr list_items(const AEDesc& list, std::vector<AEDesc>& out);
-OSErr record_items(const AEDesc& record, std::vector<std::pair<OSType, AEDesc>>& out);
 
 // Item `index` (from 1) of a list, coerced to `wanted`: -1705 out of range.
 OSErr get_nth_item(const AEDesc& list, int32_t index, OSType wanted, AEDesc& out);

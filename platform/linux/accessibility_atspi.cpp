@@ -5,9 +5,9 @@
 // (Firefox's "DocURL", Chromium's "URI"), else the first entry with text
 // outside the documents (the address bar).
 #include <deque>
-#include <vector>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/accessibility.h"
 #include "platform/linux/apple_events_glib.h"
@@ -195,19 +195,27 @@ class AtspiAccessibility final : public Accessibility {
   }
 
  private:
-  // A private connection to the accessibility bus, when its launcher runs:
-  // nothing here starts it, since that would turn accessibility on.
+  // A private connection to the accessibility bus: the one AT_SPI_BUS_ADDRESS
+  // names, as for every AT-SPI client, else the one its launcher announces
+  // when it runs. Nothing here starts the launcher, since that would turn
+  // accessibility on.
   static ConnectionPtr accessibility_bus() {
-    const ConnectionPtr session(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-    if (!session) return nullptr;
-    const VariantPtr reply(g_dbus_connection_call_sync(
-        session.get(), "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr,
-        G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, kCallMsec, nullptr, nullptr));
-    const char* address = nullptr;
-    if (reply) g_variant_get(reply.get(), "(&s)", &address);
-    if (address == nullptr || *address == '\0') return nullptr;
+    std::string address;
+    if (const char* named = g_getenv("AT_SPI_BUS_ADDRESS")) address = named;
+    const ConnectionPtr session(
+        address.empty() ? g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr) : nullptr);
+    const VariantPtr reply(session
+                               ? g_dbus_connection_call_sync(
+                                     session.get(), "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus",
+                                     "GetAddress", nullptr, G_VARIANT_TYPE("(s)"),
+                                     G_DBUS_CALL_FLAGS_NO_AUTO_START, kCallMsec, nullptr, nullptr)
+                               : nullptr);
+    const char* announced = nullptr;
+    if (reply) g_variant_get(reply.get(), "(&s)", &announced);
+    if (announced != nullptr) address = announced;
+    if (address.empty()) return nullptr;
     return ConnectionPtr(g_dbus_connection_new_for_address_sync(
-        address,
+        address.c_str(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, nullptr));

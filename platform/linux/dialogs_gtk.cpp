@@ -1,5 +1,6 @@
-// The agent's dialogs in GTK 3. A dialog's pause runs the main loop, since
-// an X window must answer its exposures to stay drawn.
+// The helper bundle "CXDialogs": the agent's dialogs in GTK 3, loaded at the
+// first dialog. A dialog's pause runs the main loop, since an X window must
+// answer its exposures to stay drawn.
 #include <gtk/gtk.h>
 
 #include <memory>
@@ -31,14 +32,16 @@ GtkWidget* label(const std::string& text, const char* markup_format) {
 
 class GtkNotice final : public DialogWindow {
  public:
-  explicit GtkNotice(const CaptureNotice& notice)
-      : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)) {
+  explicit GtkNotice(const CaptureNotice& notice) : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)) {
     GtkWindow* window = GTK_WINDOW(window_);
     gtk_window_set_title(window, kWindowTitle);
     gtk_window_set_type_hint(window, GDK_WINDOW_TYPE_HINT_DIALOG);
     gtk_window_set_keep_above(window, TRUE);
     gtk_window_set_resizable(window, FALSE);
     gtk_window_set_position(window, GTK_WIN_POS_CENTER);
+    // The notice goes when the capture is done with it, never before.
+    gtk_window_set_deletable(window, FALSE);
+    g_signal_connect(window_, "delete-event", G_CALLBACK(gtk_true), nullptr);
     gtk_container_set_border_width(GTK_CONTAINER(window_), kBorder);
     GtkWidget* row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kSpacing);
     GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing / 2);
@@ -90,18 +93,10 @@ class GtkDialogs final : public Dialogs {
   }
 };
 
-Dialogs* g_installed = nullptr;
-
 }  // namespace
-
-Dialogs& dialogs() {
-  if (g_installed != nullptr) return *g_installed;
-  static GtkDialogs desktop;
-  return desktop;
-}
-
-void set_dialogs(Dialogs* d) {
-  g_installed = d;
-}
-
 }  // namespace cx::platform
+
+extern "C" __attribute__((visibility("default"))) cx::platform::Dialogs* CXDialogsCreate() {
+  static cx::platform::GtkDialogs dialogs;
+  return &dialogs;
+}
