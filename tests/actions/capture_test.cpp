@@ -15,10 +15,10 @@
 #include "model/act_item.h"
 #include "platform/accessibility.h"
 #include "platform/apple_event_lists.h"
+#include "platform/linux/apple_events_wire.h"
 #include "tests/prefs/pref_fixture.h"
 #include "tests/support/child_process.h"
-#include "tests/support/fake_atspi.h"
-#include "tests/support/fake_browser.h"
+#include "tests/support/dbus_service.h"
 #include "tests/support/fake_processes.h"
 #include "tests/support/golden.h"
 #include "tests/support/scoped_env.h"
@@ -27,32 +27,82 @@ namespace cx::test {
 namespace {
 
 using namespace platform;
-using Page = std::map<std::vector<uint8_t>, std::string>;  // `getd` specifier -> text
 const std::string kPad(33, '-');
 const auto* const kCapture = reinterpret_cast<const uint8_t*>("\0\x13");
 
-struct Bus : ::testing::Environment {
-  void SetUp() override { ASSERT_FALSE((bus.emplace().address()).empty()); }
-  std::optional<PrivateSessionBus> bus;
-};
-const auto* const kBus = ::testing::AddGlobalTestEnvironment(new Bus);
+const PrivateSessionBus kBus;
+using Answer = std::function<GVariant*(std::string_view path, std::string_view method, GVariant*)>;
+
+// A peer that owns `name` and answers every call made to it with the body `answer` gives.
+std::unique_ptr<DbusService> peer(const std::string& name, const Answer& answer) {
+  const auto filter = [](GDBusConnection* c, GDBusMessage* call, gboolean incoming, gpointer a) {
+    if (!incoming || g_dbus_message_get_message_type(call) != G_DBUS_MESSAGE_TYPE_METHOD_CALL)
+      return call;
+    GVariant* body = (*static_cast<const Answer*>(a))(g_dbus_message_get_path(call),
+                                                      g_dbus_message_get_member(call),
+                                                      g_dbus_message_get_body(call));
+    GDBusMessage* reply = g_dbus_message_new_method_reply(call);
+    g_dbus_message_set_body(reply, body);
+    g_dbus_connection_send_message(c, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+    g_object_unref(reply);
+    g_object_unref(call);
+    return static_cast<GDBusMessage*>(nullptr);
+  };
+  auto service = std::make_unique<DbusService>(kBus.address(), name, [&](GDBusConnection* c) {
+    return g_dbus_connection_add_filter(c, filter, const_cast<Answer*>(&answer), nullptr) != 0;
+  });
+  EXPECT_EQ(service->error(), "");
+  return service;
+}
 
 std::vector<uint8_t> property(const char (&element)[5], const char (&name)[5]) {
   return make_property_specifier(fourcc(element), 1, fourcc(name)).data;
 }
 
-// `getd` answers from the page; Spyglass lists window 7 and describes it.
-OSErr browse(const AppleEvent& event, AppleEvent& reply, intptr_t page_ref) {
-  const Page& page = *reinterpret_cast<const Page*>(page_ref);
-  int32_t window = 0;
-  if (event.event_id() == fourcc("LSTW"))
-    return reply.put_param(keyDirectObject, make_list_desc(std::vector{make_long_desc(7)}));
-  if (event.get_long(keyDirectObject, window) == noErr)
-    return reply.put_param(keyDirectObject,
-                           make_list_desc(std::vector{make_text_desc("http://w.test/"),
-                                                      make_text_desc("0123456789Page")}));
-  const auto it = page.find(event.find_param(keyDirectObject)->data);
-  return it == page.end() ? -1728 : reply.put_param(keyDirectObject, make_text_desc(it->second));
+// The browser answers `getd` from its page; Spyglass lists window 7 and describes it.
+GVariant* browse(const std::map<std::vector<uint8_t>, std::string>& page, GVariant* args) {
+  guint32 suite = 0, id = 0;
+  GVariant* params = nullptr;
+  g_variant_get(args, "(uu@a(uuay))", &suite, &id, &params);
+  AppleEvent event(suite, id, {}), reply = AppleEvent::make_reply();
+  dbus_ae::add_parameters_from_variant(params, event);
+  g_variant_unref(params);
+  const AEDesc list[] = {make_long_desc(7), make_text_desc("http://w.test/"),
+                         make_text_desc("0123456789Page")};
+  const AEDesc* direct = event.find_param(keyDirectObject);
+  const auto it = direct != nullptr ? page.find(direct->data) : page.end();
+  if (id == fourcc("getd") && it == page.end()) reply.put_long(keyErrorNumber, -1728);
+  reply.put_param(keyDirectObject, id == fourcc("LSTW") ? make_list_desc({list, 1})
+                                   : id == fourcc("WNFO")
+                                       ? make_list_desc({list + 1, 2})
+                                       : make_text_desc(it == page.end() ? "" : it->second));
+  return g_variant_new("(@a(uuay))", dbus_ae::parameters_to_variant(reply.parameters()));
+}
+
+struct A11yObject {
+  std::string path;
+  guint32 role, states;
+  std::vector<std::string> children;
+  std::string text;  // a document's "DocURL", an entry's contents
+};
+
+GVariant* describe(const std::vector<A11yObject>& tree, std::string_view path,
+                   std::string_view method, GVariant* args) {
+  const A11yObject& o =
+      *std::find_if(tree.begin(), tree.end(), [&](auto& x) { return x.path == path; });
+  GVariantBuilder children;
+  g_variant_builder_init(&children, G_VARIANT_TYPE("a(so)"));
+  for (const std::string& child : o.children)
+    g_variant_builder_add(&children, "(so)", "org.a11y.atspi.Registry", child.c_str());
+  const guint32 words[2] = {o.states, 0};
+  const char* attribute = "DocURL";
+  if (method == "GetAttributeValue") g_variant_get(args, "(&s)", &attribute);
+  if (method == "GetChildren") return g_variant_new("(a(so))", &children);
+  g_variant_builder_clear(&children);
+  if (method == "GetRole") return g_variant_new("(u)", o.role);
+  if (method == "GetState")
+    return g_variant_new("(@au)", g_variant_new_fixed_array(G_VARIANT_TYPE_UINT32, words, 2, 4));
+  return g_variant_new("(s)", std::string_view(attribute) == "DocURL" ? o.text.c_str() : "");
 }
 
 struct Desktop : testing::FakeProcesses {
@@ -71,6 +121,7 @@ struct Notices : Dialogs {
   };
   std::unique_ptr<DialogWindow> open_capture_notice(const CaptureNotice& notice) override {
     shown.push_back(notice);
+    ticks = 0;
     return refuse ? nullptr : std::make_unique<Window>(this);
   }
   bool refuse = false;
@@ -86,10 +137,6 @@ class CaptureTest : public PrefStoreTest {
     bundle_.emplace("CORVEX_BUNDLE", CX_AGENT_BUNDLE);
     set_processes(&desktop_);
     set_dialogs(&notices_);
-    for (const char* id : {"coregetd", "WWW!LSTW", "WWW!WNFO"})
-      table_.install(load_be32(reinterpret_cast<const uint8_t*>(id)),
-                     load_be32(reinterpret_cast<const uint8_t*>(id) + 4), browse,
-                     reinterpret_cast<intptr_t>(&page_));
   }
   void TearDown() override {
     set_processes(nullptr);
@@ -106,16 +153,18 @@ class CaptureTest : public PrefStoreTest {
   std::optional<ScopedEnv> bundle_;
   Desktop desktop_;
   Notices notices_;
-  Page page_ = {{property("cwin", "pnam"), "Title" + kPad},
-                {property("cwin", "curl"), "http://m.test/"},
-                {property("Owbc", "Owas"), "http://o.test/"},
-                {property("docu", "pURL"), "http://s.test/"}};
-  AEHandlerTable table_;
+  std::map<std::vector<uint8_t>, std::string> page_ = {
+      {property("cwin", "pnam"), "Title" + kPad},
+      {property("cwin", "curl"), "http://m.test/"},
+      {property("Owbc", "Owas"), "http://o.test/"},
+      {property("docu", "pURL"), "http://s.test/"}};
+  void open_browser() { browser_ = peer(dbus_ae::bus_name_for_signature(fourcc("WWWb")), browse_); }
+  Answer browse_ = [this](auto, auto, GVariant* args) { return browse(page_, args); };
+  std::unique_ptr<DbusService> browser_;
 };
 
 TEST_F(CaptureTest, EachRouteAsksTheFrontBrowser) {
-  const FakeBrowser browser(fourcc("WWWb"), table_);
-  ASSERT_EQ(browser.error(), "");
+  open_browser();
   EXPECT_EQ(property("cwin", "pnam"), read_hex("property_specifier.hex"));
   EXPECT_EQ(captured("Mozilla Safari"), "http://m.test/ Title");
   EXPECT_EQ(captured("Netscape 6"), "http://m.test/ Title" + kPad.substr(13));
@@ -130,7 +179,7 @@ TEST_F(CaptureTest, EachRouteAsksTheFrontBrowser) {
 }
 
 TEST_F(CaptureTest, EntryLandsInTheMenuAndTheFileWhileTheNoticeWaitsForThePress) {
-  const FakeBrowser browser(fourcc("WWWb"), table_);
+  open_browser();
   captured("Safari");
   load();
   const struct {
@@ -141,7 +190,6 @@ TEST_F(CaptureTest, EntryLandsInTheMenuAndTheFileWhileTheNoticeWaitsForThePress)
     const std::string url = "http://s.test/" + std::to_string(c.press_at);
     page_[property("docu", "pURL")] = url;
     notices_.shown.clear();
-    notices_.ticks = 0;
     notices_.refuse = c.refuse;
     notices_.on_pause = [&](int ticks) {
       if (ticks >= c.press_at) driver_.mutable_state().global_record(90)[3] &= 0xFE;
@@ -163,7 +211,7 @@ TEST_F(CaptureTest, EntryLandsInTheMenuAndTheFileWhileTheNoticeWaitsForThePress)
   EXPECT_EQ(notices_.shown.size(), 1U);
 }
 
-TEST(CaptureNotice, CutsTitleAndAddressToTheirRoom) {
+TEST(CaptureNotice, CutsTitleAndAddressToTheirRoomAndListsRefuseMalformedData) {
   std::string e32;
   for (int i = 0; i < 32; ++i) e32 += "\u00e9";
   const std::string a31(31, 'a'), u48(48, 'u');
@@ -172,9 +220,6 @@ TEST(CaptureNotice, CutsTitleAndAddressToTheirRoom) {
   EXPECT_EQ(capture_notice(2, u48 + "v", a31 + "b").url + capture_notice(2, "", a31 + "b").title,
             "(" + u48.substr(1) + "\u2026)" + a31.substr(3) + "\u2026");
   EXPECT_EQ(capture_notice(2, "", e32).title, e32.substr(0, 56) + "\u2026");
-}
-
-TEST(AppleEventLists, MalformedListsAreRefused) {
   std::vector<AEDesc> items;
   for (const std::vector<uint8_t>& data : std::vector<std::vector<uint8_t>>{
            {0, 0, 0},
@@ -185,7 +230,7 @@ TEST(AppleEventLists, MalformedListsAreRefused) {
 }
 
 TEST_F(CaptureTest, FirefoxPageFromItsWindowAndAccessibilityTree) {
-  const ScopedEnv a11y_bus("AT_SPI_BUS_ADDRESS", getenv("DBUS_SESSION_BUS_ADDRESS"));
+  const ScopedEnv a11y_bus("AT_SPI_BUS_ADDRESS", kBus.address());
   std::vector<A11yObject> tree = {
       {"/org/a11y/atspi/accessible/root", 14, 0, {"/app"}, ""},
       {"/app", 75, 0, {"/dialog", "/frame"}, ""},
@@ -195,12 +240,15 @@ TEST_F(CaptureTest, FirefoxPageFromItsWindowAndAccessibilityTree) {
       {"/tab1", 95, 0, {}, "http://hidden.test/"},
       {"/tab2", 95, 1U << 25, {}, "http://shown.test/"},  // showing
   };
+  const Answer answer = [&](auto path, auto method, GVariant* args) {
+    return describe(tree, path, method, args);
+  };
+  const auto registry = peer("org.a11y.atspi.Registry", answer);
   desktop_.title = "Shown \u2014 Mozilla Firefox";
-  for (const char* expected : {"http://shown.test/", "http://hidden.test/", "typed.test"}) {
-    const FakeAtspi atspi(tree);
-    ASSERT_EQ(atspi.error(), "");
-    EXPECT_EQ(captured("firefox"), expected + std::string(" Shown"));
-    tree[tree.size() - (expected[7] == 's' ? 1 : 2)].text.clear();  // the next round looks further
+  // Each round takes the address found away, and the next finds the one after.
+  for (const std::string expected : {"http://shown.test/", "http://hidden.test/", "typed.test"}) {
+    EXPECT_EQ(captured("firefox"), expected + " Shown");
+    tree[tree.size() - (expected[7] == 's' ? 1 : 2)].text.clear();
   }
   desktop_.title.clear();
   EXPECT_EQ(captured("firefox"), "-600");
@@ -211,7 +259,7 @@ TEST(CaptureHeadless, EveryPartGivesUpQuietly) {
       bundle("CORVEX_BUNDLE", CX_AGENT_BUNDLE);
   ::testing::internal::CaptureStderr();
   std::string url, title;
-  EXPECT_EQ(get_top_URL_info(url, title), procNotFound);
+  EXPECT_EQ(get_top_URL_info(url, title), procNotFound);  // no front process
   get_cur_URL(kCapture, 2);
   EXPECT_EQ(dialogs().open_capture_notice({}), nullptr);
   EXPECT_FALSE(accessibility().document_address(getpid(), url));
