@@ -5,9 +5,6 @@
 
 namespace cx {
 
-void paste_text(const uint8_t*, uint32_t) {
-  diag_note_unavailable("paste_text");
-}
 void popup_tasklist() {
   diag_note_unavailable("popup_tasklist");
 }
