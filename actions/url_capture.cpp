@@ -113,16 +113,18 @@ void get_cur_URL(const uint8_t* data, uint32_t length) {
   // The notice's wait runs the main loop: a second capture waits its turn.
   static bool capturing = false;
   if (capturing) return;
+  // The data lives in the driver's reply buffer, which the next request reuses.
+  const int value = length == 2 ? load_be16(data) : 0;
+  const auto button = static_cast<uint8_t>(value);
   std::string url, title;
   if (get_top_URL_info(url, title) != platform::noErr || length != 2) return;
   capturing = true;
-  const uint8_t button = data[1];
   uint32_t flags = 0;
   if (insert_easy_launch(0, button, url.c_str(), title.c_str(), false) == 1) {
     mark_capture_fresh();
     flags = kCaptureFresh;
   }
-  show_notice(capture_notice(load_be16(data) - kFirstButtonValue, url, title), flags);
+  show_notice(capture_notice(value - kFirstButtonValue, url, title), flags);
   write_plist_prefs(&pref_data);
   capturing = false;
 }

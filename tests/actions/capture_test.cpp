@@ -12,6 +12,7 @@
 #include "actions/browser_url.h"
 #include "actions/driver_actions.h"
 #include "actions/url_capture.h"
+#include "driver/device_requests.h"
 #include "model/act_item.h"
 #include "platform/accessibility.h"
 #include "platform/apple_event_lists.h"
@@ -194,7 +195,13 @@ TEST_F(CaptureTest, EntryLandsInTheMenuAndTheFileWhileTheNoticeWaitsForThePress)
     notices_.on_pause = [&](int ticks) {
       if (ticks >= c.press_at) driver_.mutable_state().global_record(90)[3] &= 0xFE;
     };
-    get_cur_URL(kCapture, 2);
+    // As the dispatch hands it over: in the driver's reply buffer, which the capture's own
+    // requests reuse.
+    driver_.mutable_state().events.push(3, std::span(kCapture, 2));
+    uint32_t length = 0;
+    int16_t code = 0;
+    const uint8_t* data = GetNextBackgroundEvent(&length, &code);
+    get_cur_URL(data, length);
     EXPECT_EQ(notices_.ticks, c.ticks);
     ASSERT_EQ(notices_.shown.size(), 1U);
     EXPECT_EQ(notices_.shown[0].headline, "Button 2 now opens this page from its menu:");
