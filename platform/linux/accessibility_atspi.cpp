@@ -29,10 +29,12 @@ constexpr int kObjectBudget = 600;
 // Roles and states of the AT-SPI enumerations.
 constexpr guint32 kRoleFrame = 23;
 constexpr guint32 kRoleEntry = 79;
+constexpr guint32 kRoleText = 61;  // GTK's entries
 constexpr guint32 kRoleDocumentFrame = 82;
 constexpr guint32 kRoleDocumentWeb = 95;
 constexpr guint32 kStateActive = 1;
 constexpr guint32 kStateShowing = 25;
+constexpr guint32 kStateSingleLine = 26;
 constexpr const char* kAddressAttributes[] = {"DocURL", "URI"};
 
 struct Node {
@@ -175,7 +177,9 @@ std::string frame_address(Tree& tree, const Node& frame) {
       }
       continue;
     }
-    if (role == kRoleEntry && entry.empty()) entry = tree.entry_text(node);
+    if (entry.empty() &&
+        (role == kRoleEntry || (role == kRoleText && tree.has_state(node, kStateSingleLine))))
+      entry = tree.entry_text(node);
     for (Node& child : tree.children(node)) queue.push_back(std::move(child));
   }
   return !hidden_document.empty() ? hidden_document : entry;
