@@ -110,7 +110,7 @@ platform::CaptureNotice capture_notice(int button, std::string_view url, std::st
 }
 
 void get_cur_URL(const uint8_t* data, uint32_t length) {
-  // The notice's wait runs the main loop: a second capture waits its turn.
+  // The notice's wait runs the main loop; a capture pressed meanwhile is dropped.
   static bool capturing = false;
   if (capturing) return;
   // The data lives in the driver's reply buffer, which the next request reuses.
