@@ -1,0 +1,112 @@
+// corvex-driverd --evdev on a mouse made through uinput: it grabs the mouse,
+// a button bound by the agent to a keystroke types it on the driver's
+// output device, and SIGTERM gives the mouse back. Needs a writable
+// /dev/uinput; skipped (and said so) without one.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <libevdev/libevdev-uinput.h>
+#include <libevdev/libevdev.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "driver/actlist_requests.h"
+#include "model/act_item.h"
+#include "refdriver/input/evdev_backend.h"
+#include "tests/support/agent_link.h"
+#include "tests/support/user_session.h"
+
+namespace cx::refdriver {
+namespace {
+
+struct Device {
+  int fd = -1;
+  libevdev* dev = nullptr;
+  ~Device() {
+    libevdev_free(dev);
+    if (fd >= 0) close(fd);
+  }
+};
+
+// The event node whose device has this name, opened; false when none.
+bool open_named(std::string_view name, Device& out) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
+    if (!entry.path().filename().string().starts_with("event")) continue;
+    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    libevdev* dev = nullptr;
+    if (fd >= 0 && libevdev_new_from_fd(fd, &dev) == 0 && libevdev_get_name(dev) == name) {
+      out.fd = fd;
+      out.dev = dev;
+      return true;
+    }
+    libevdev_free(dev);
+    if (fd >= 0) close(fd);
+  }
+  return false;
+}
+
+// The key events that arrive within a second.
+std::vector<std::pair<int, int>> keys(Device& d) {
+  std::vector<std::pair<int, int>> got;
+  pollfd p{d.fd, POLLIN, 0};
+  while (poll(&p, 1, 1000) > 0) {
+    input_event ev{};
+    while (libevdev_next_event(d.dev, LIBEVDEV_READ_FLAG_NORMAL, &ev) == 0)
+      if (ev.type == EV_KEY) got.emplace_back(ev.code, ev.value);
+  }
+  return got;
+}
+
+void emit(libevdev_uinput* mouse, int code, int value) {
+  libevdev_uinput_write_event(mouse, EV_KEY, code, value);
+  libevdev_uinput_write_event(mouse, EV_SYN, SYN_REPORT, 0);
+}
+
+TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
+  if (access("/dev/uinput", R_OK | W_OK) != 0) {
+    GTEST_SKIP() << "no writable /dev/uinput on this machine: no virtual mouse can be made";
+  }
+  std::unique_ptr<libevdev, decltype(&libevdev_free)> proto(libevdev_new(), libevdev_free);
+  libevdev_set_name(proto.get(), "Corvex Test Mouse");
+  for (int code : {REL_X, REL_Y, REL_WHEEL})
+    libevdev_enable_event_code(proto.get(), EV_REL, code, nullptr);
+  for (int code : {BTN_LEFT, BTN_RIGHT, BTN_MIDDLE})
+    libevdev_enable_event_code(proto.get(), EV_KEY, code, nullptr);
+  libevdev_uinput* raw = nullptr;
+  ASSERT_EQ(libevdev_uinput_create_from_device(proto.get(), LIBEVDEV_UINPUT_OPEN_MANAGED, &raw), 0);
+  std::unique_ptr<libevdev_uinput, decltype(&libevdev_uinput_destroy)> mouse(
+      raw, libevdev_uinput_destroy);
+  const std::string node = libevdev_uinput_get_devnode(raw);
+
+  test::UserSession session;
+  ASSERT_NE(session.start_driver({"--evdev"}), nullptr);
+  ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + node + " "));
+  Device output;
+  ASSERT_TRUE(open_named(kOutputDeviceName, output));
+
+  // Button 0 types Shift+A (driver key code 0).
+  const test::AgentLink agent(session.services());
+  ASSERT_EQ(ConnectToDriver(), 1);
+  const act_item shift_a[] = {make_act_item(0x01, 0, 2, 0x0200, 0)};
+  ASSERT_EQ(SetActionList(0, 0, shift_a), 0);
+  emit(raw, BTN_LEFT, 1);
+  emit(raw, BTN_LEFT, 0);
+  EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{
+                              {KEY_LEFTSHIFT, 1}, {KEY_A, 1}, {KEY_A, 0}, {KEY_LEFTSHIFT, 0}}));
+  // A button no list names is itself.
+  emit(raw, BTN_RIGHT, 1);
+  emit(raw, BTN_RIGHT, 0);
+  EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
+
+  EXPECT_EQ(session.driver->terminate(), 0);
+  Device again;
+  ASSERT_TRUE(open_named("Corvex Test Mouse", again));
+  EXPECT_EQ(libevdev_grab(again.dev, LIBEVDEV_GRAB), 0) << "the daemon still holds the mouse";
+}
+
+}  // namespace
+}  // namespace cx::refdriver
