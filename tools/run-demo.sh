@@ -184,6 +184,15 @@ echo "== The control panel asks for the mice, hides the menu extra and saves"
 "$cp" save
 
 echo
+echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mice"
+# Where /dev/uinput exists the user sees each mouse grabbed and the output
+# device made; elsewhere the daemon says why it cannot and exits 1.
+evdev_dir=$(mktemp -d)
+CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/corvex-driverd" --evdev 2>&1 \
+  | grep -E "evdev:|uinput|serving" || true
+rm -rf "$evdev_dir"
+
+echo
 echo "== The control panel quits the agent"
 "$cp" quit
 wait "$agent" && echo "corvex-background exited with status 0"
