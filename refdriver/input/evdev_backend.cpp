@@ -13,14 +13,13 @@
 #include <map>
 
 #include "platform/linux/user_client_fd.h"
+#include "refdriver/input/key_codes.h"
 #include "refdriver/input/pointer_engine.h"
 #include "refdriver/input/uinput_sink.h"
 
 namespace cx::refdriver {
 namespace {
 
-constexpr uint16_t kMouseButtons[] = {BTN_LEFT,  BTN_RIGHT,   BTN_MIDDLE, BTN_SIDE,
-                                      BTN_EXTRA, BTN_FORWARD, BTN_BACK,   BTN_TASK};
 constexpr std::string_view kEventNodePrefix = "/dev/input/event";
 
 struct FreeDevice {
@@ -48,8 +47,8 @@ PresentDevice present_device(const libevdev* d) {
   PresentDevice p;
   p.vendor = static_cast<uint16_t>(libevdev_get_id_vendor(d));
   p.product = static_cast<uint16_t>(libevdev_get_id_product(d));
-  for (uint16_t b : kMouseButtons)
-    if (libevdev_has_event_code(d, EV_KEY, b)) ++p.buttons;
+  for (const MouseButton& b : mouse_buttons())
+    if (libevdev_has_event_code(d, EV_KEY, b.code)) ++p.buttons;
   p.wheel = libevdev_has_event_code(d, EV_REL, REL_WHEEL);
   p.pan_wheel = libevdev_has_event_code(d, EV_REL, REL_HWHEEL);
   return p;

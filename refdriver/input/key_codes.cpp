@@ -151,6 +151,11 @@ constexpr ModifierKey kModifiers[] = {
     {0x04, KEY_LEFTALT},
 };
 
+constexpr MouseButton kMouseButtons[] = {
+    {BTN_LEFT, 0},  {BTN_RIGHT, 1},   {BTN_MIDDLE, 2}, {BTN_SIDE, 3},
+    {BTN_EXTRA, 6}, {BTN_FORWARD, 7}, {BTN_BACK, 8},   {BTN_TASK, 9},
+};
+
 constexpr auto kOutputKeys = [] {
   std::array<uint16_t, kKeys.size()> keys{};
   size_t n = 0;
@@ -167,6 +172,10 @@ uint16_t linux_key(uint16_t key_code) {
 
 std::span<const ModifierKey> modifier_keys() {
   return kModifiers;
+}
+
+std::span<const MouseButton> mouse_buttons() {
+  return kMouseButtons;
 }
 
 std::span<const uint16_t> output_keys() {

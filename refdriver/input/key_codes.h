@@ -1,5 +1,4 @@
-// The driver's key codes and modifier bits (those of the keystroke items)
-// as Linux input key codes.
+// The driver's key codes, modifier bits and buttons as Linux input codes.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +15,15 @@ struct ModifierKey {
   uint16_t key;
 };
 std::span<const ModifierKey> modifier_keys();
+
+// The mouse buttons Linux reports, as the driver numbers them: left, right,
+// middle (the third), side (the fourth), then the extra ones from 6 (4 and
+// 5 are the chords).
+struct MouseButton {
+  uint16_t code;
+  uint8_t button;
+};
+std::span<const MouseButton> mouse_buttons();
 
 // Every key the output may press: the keys above and the modifiers.
 std::span<const uint16_t> output_keys();

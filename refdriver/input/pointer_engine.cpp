@@ -20,18 +20,6 @@ constexpr uint16_t kScrollingIndex = 72;  // of a set's application data
 constexpr uint16_t kClockwiseIsUp = 0x2;
 constexpr uint16_t kSwapScrollAxis = 0x4;
 
-// The mouse buttons Linux reports, as the driver numbers them: left, right,
-// middle (the third), side (the fourth), then the extra ones from 6 (4 and
-// 5 are the chords).
-struct ButtonNumber {
-  uint16_t code;
-  uint8_t button;
-};
-constexpr ButtonNumber kButtons[] = {
-    {BTN_LEFT, 0},  {BTN_RIGHT, 1},   {BTN_MIDDLE, 2}, {BTN_SIDE, 3},
-    {BTN_EXTRA, 6}, {BTN_FORWARD, 7}, {BTN_BACK, 8},   {BTN_TASK, 9},
-};
-
 // Two buttons pressed together within the chording speed act as a third.
 struct Chord {
   uint8_t first, second, chord;
@@ -39,13 +27,13 @@ struct Chord {
 constexpr Chord kChords[] = {{0, 1, 4}, {2, 3, 5}};
 
 std::optional<uint8_t> driver_button(uint16_t code) {
-  for (const ButtonNumber& b : kButtons)
+  for (const MouseButton& b : mouse_buttons())
     if (b.code == code) return b.button;
   return std::nullopt;
 }
 
 uint16_t button_code(uint8_t button) {
-  for (const ButtonNumber& b : kButtons)
+  for (const MouseButton& b : mouse_buttons())
     if (b.button == button) return b.code;
   return 0;
 }

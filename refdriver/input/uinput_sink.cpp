@@ -13,8 +13,6 @@ namespace cx::refdriver {
 namespace {
 
 constexpr uint16_t kAxes[] = {REL_X, REL_Y, REL_WHEEL, REL_HWHEEL};
-constexpr uint16_t kButtons[] = {BTN_LEFT,  BTN_RIGHT,   BTN_MIDDLE, BTN_SIDE,
-                                 BTN_EXTRA, BTN_FORWARD, BTN_BACK,   BTN_TASK};
 
 }  // namespace
 
@@ -27,7 +25,8 @@ std::unique_ptr<UinputSink> UinputSink::create(std::string& error) {
   libevdev_enable_event_type(d, EV_REL);
   for (uint16_t axis : kAxes) libevdev_enable_event_code(d, EV_REL, axis, nullptr);
   libevdev_enable_event_type(d, EV_KEY);
-  for (uint16_t b : kButtons) libevdev_enable_event_code(d, EV_KEY, b, nullptr);
+  for (const MouseButton& b : mouse_buttons())
+    libevdev_enable_event_code(d, EV_KEY, b.code, nullptr);
   for (uint16_t k : output_keys()) libevdev_enable_event_code(d, EV_KEY, k, nullptr);
   libevdev_uinput* uinput = nullptr;
   const int rc = libevdev_uinput_create_from_device(d, LIBEVDEV_UINPUT_OPEN_MANAGED, &uinput);
