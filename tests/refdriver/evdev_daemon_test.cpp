@@ -89,19 +89,20 @@ TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
   ASSERT_TRUE(open_named(kOutputDeviceName, output));
 
   // Button 0 types Shift+A (driver key code 0).
-  const test::AgentLink agent(session.services());
-  ASSERT_EQ(ConnectToDriver(), 1);
-  const act_item shift_a[] = {make_act_item(0x01, 0, 2, 0x0200, 0)};
-  ASSERT_EQ(SetActionList(0, 0, shift_a), 0);
-  emit(raw, BTN_LEFT, 1);
-  emit(raw, BTN_LEFT, 0);
-  EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{
-                              {KEY_LEFTSHIFT, 1}, {KEY_A, 1}, {KEY_A, 0}, {KEY_LEFTSHIFT, 0}}));
-  // A button no list names is itself.
-  emit(raw, BTN_RIGHT, 1);
-  emit(raw, BTN_RIGHT, 0);
-  EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
-
+  {
+    const test::AgentLink agent(session.services());
+    ASSERT_EQ(ConnectToDriver(), 1);
+    const act_item shift_a[] = {make_act_item(0x01, 0, 2, 0x0200, 0)};
+    ASSERT_EQ(SetActionList(0, 0, shift_a), 0);
+    emit(raw, BTN_LEFT, 1);
+    emit(raw, BTN_LEFT, 0);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{
+                                {KEY_LEFTSHIFT, 1}, {KEY_A, 1}, {KEY_A, 0}, {KEY_LEFTSHIFT, 0}}));
+    // A button no list names is itself.
+    emit(raw, BTN_RIGHT, 1);
+    emit(raw, BTN_RIGHT, 0);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
+  }  // the agent leaves before the driver stops
   EXPECT_EQ(session.driver->terminate(), 0);
   Device again;
   ASSERT_TRUE(open_named("Corvex Test Mouse", again));
