@@ -38,6 +38,12 @@ struct UnrefUdevDevice {
   void operator()(udev_device* d) const { udev_device_unref(d); }
 };
 
+// Read, never grabbed, for the modifier keys held while a button goes down.
+bool is_keyboard(const libevdev* d) {
+  return libevdev_has_event_code(d, EV_KEY, KEY_LEFTSHIFT) &&
+         libevdev_has_event_code(d, EV_KEY, KEY_A);
+}
+
 bool is_pointer(const libevdev* d) {
   return libevdev_has_event_code(d, EV_REL, REL_X) && libevdev_has_event_code(d, EV_REL, REL_Y) &&
          libevdev_has_event_code(d, EV_KEY, BTN_LEFT);
@@ -64,7 +70,7 @@ uint64_t monotonic_us() {
 
 struct EvdevBackend::Impl {
   struct Input {
-    uint32_t id;
+    uint32_t id;  // 0 for a keyboard
     UniqueFd fd;
     std::unique_ptr<libevdev, FreeDevice> device;
   };
@@ -111,7 +117,14 @@ void EvdevBackend::Impl::open(const std::string& path) {
   libevdev* raw = nullptr;
   if (libevdev_new_from_fd(fd.get(), &raw) != 0) return;
   std::unique_ptr<libevdev, FreeDevice> device(raw);
-  if (!is_pointer(raw) || std::string_view(libevdev_get_name(raw)) == kOutputDeviceName) return;
+  if (std::string_view(libevdev_get_name(raw)) == kOutputDeviceName) return;
+  if (!is_pointer(raw)) {
+    if (!is_keyboard(raw)) return;
+    log("evdev: reading the modifier keys of %s (%s)", path.c_str(), libevdev_get_name(raw));
+    server.watch(fd.get(), [this, path] { read(path); });
+    inputs.emplace(path, Input{0, std::move(fd), std::move(device)});
+    return;
+  }
   // Time stamps on the clock of the chord timer.
   libevdev_set_clock_id(raw, CLOCK_MONOTONIC);
   if (const int rc = libevdev_grab(raw, LIBEVDEV_GRAB); rc != 0) {
@@ -134,6 +147,7 @@ void EvdevBackend::Impl::close(const std::string& path) {
   server.unwatch(it->second.fd.get());
   const uint32_t id = it->second.id;
   inputs.erase(it);  // the grab ends with the descriptor
+  if (id == 0) return;
   log("evdev: released %s", path.c_str());
   engine.remove_device(id);
   arm_timer();
@@ -159,7 +173,11 @@ void EvdevBackend::Impl::read(const std::string& path) {
       break;
     }
     const uint64_t time_us = uint64_t(ev.input_event_sec) * 1000000 + uint64_t(ev.input_event_usec);
-    engine.handle(id, {time_us, ev.type, ev.code, ev.value});
+    if (id == 0) {
+      engine.keyboard({time_us, ev.type, ev.code, ev.value});
+    } else {
+      engine.handle(id, {time_us, ev.type, ev.code, ev.value});
+    }
   }
   arm_timer();
 }
@@ -232,6 +250,7 @@ EvdevBackend::~EvdevBackend() {
   Impl& impl = *impl_;
   for (auto& [path, input] : impl.inputs) {
     impl.server.unwatch(input.fd.get());
+    if (input.id == 0) continue;
     impl.output.release_device(input.id);
     libevdev_grab(input.device.get(), LIBEVDEV_UNGRAB);
   }

@@ -19,6 +19,8 @@ constexpr uint16_t kChordSpeedIndex = 9;
 constexpr uint16_t kScrollingIndex = 72;  // of a set's application data
 constexpr uint16_t kClockwiseIsUp = 0x2;
 constexpr uint16_t kSwapScrollAxis = 0x4;
+// Who holds the keys a pointing device passes through.
+constexpr uint8_t kDeviceKeys = 0xFF;
 
 // Two buttons pressed together within the chording speed act as a third.
 struct Chord {
@@ -106,23 +108,38 @@ void PointerEngine::handle(uint32_t id, const InputEvent& event) {
           break;  // high-resolution wheels repeat the plain ones
       }
       break;
-    case EV_KEY: {
+    case EV_KEY:
       if (event.value == 2) break;  // auto-repeat
-      const auto modifier = std::find_if(modifier_keys().begin(), modifier_keys().end(),
-                                         [&](const ModifierKey& m) { return m.key == event.code; });
-      if (modifier != modifier_keys().end()) {
-        mods_ = static_cast<uint8_t>(event.value ? mods_ | modifier->bit : mods_ & ~modifier->bit);
-      } else {
+      if (driver_button(event.code)) {
         button(id, d, event.code, event.value != 0, event.time_us);
+      } else {
+        // The keys of a device that is a keyboard too stay its own.
+        update_modifiers(event);
+        if (event.value) {
+          output_.press(event.code, Holder{id, kDeviceKeys});
+        } else {
+          output_.release(event.code);
+        }
       }
       break;
-    }
     case EV_SYN:
       if (event.code == SYN_REPORT) report(d);
       break;
     default:
       break;
   }
+}
+
+void PointerEngine::keyboard(const InputEvent& event) {
+  if (event.type == EV_KEY && event.value != 2) update_modifiers(event);
+}
+
+bool PointerEngine::update_modifiers(const InputEvent& event) {
+  const auto modifier = std::find_if(modifier_keys().begin(), modifier_keys().end(),
+                                     [&](const ModifierKey& m) { return m.key == event.code; });
+  if (modifier == modifier_keys().end()) return false;
+  mods_ = static_cast<uint8_t>(event.value ? mods_ | modifier->bit : mods_ & ~modifier->bit);
+  return true;
 }
 
 void PointerEngine::button(uint32_t id, Device& d, uint16_t code, bool down, uint64_t time_us) {

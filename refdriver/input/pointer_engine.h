@@ -44,6 +44,8 @@ class PointerEngine {
   void add_device(uint32_t id, const PresentDevice& device);
   void remove_device(uint32_t id);
   void handle(uint32_t id, const InputEvent& event);
+  // A key of a keyboard: its modifier keys choose the lists buttons run.
+  void keyboard(const InputEvent& event);
   // When a button held back as a possible chord must be decided.
   std::optional<uint64_t> deadline();
   void expire(uint64_t now_us);
@@ -65,6 +67,8 @@ class PointerEngine {
     uint8_t chord_released = 0;    // its buttons already up
   };
 
+  // False when the key is no modifier.
+  bool update_modifiers(const InputEvent& event);
   void button(uint32_t id, Device& d, uint16_t code, bool down, uint64_t time_us);
   void button_down(uint32_t id, uint8_t button, uint16_t code);
   void report(Device& d);

@@ -1,6 +1,7 @@
 // Recorded input streams through the engine, compared with golden output:
 // each stream is "TIME-MS TYPE CODE VALUE" lines (libevdev's names), "tick
-// TIME-MS" (the chord timer fires) or "unplug"; the golden file holds the
+// TIME-MS" (the chord timer fires), "keyboard TIME-MS KEY VALUE" (a key of
+// a keyboard), "front NAME" or "unplug"; the golden file holds the
 // output device's events, one frame a line, with the messages the agent
 // gets and the background events left queued.
 #include <libevdev/libevdev.h>
@@ -87,6 +88,7 @@ const Case kCases[] = {
        r.list(0, kShiftCmdA);
        r.list(1, kHeldCtrlZ);
        r.list(2, kMenuClick);
+       r.list(0, rclick_actlist, 0x01);  // Shift held on the keyboard
      }},
     {"chord",
      [](Rig& r) {
@@ -145,6 +147,11 @@ void play(Rig& rig, const std::string& stream) {
     } else if (first == "tick") {
       words >> first;
       rig.engine.expire(std::stoull(first) * 1000);
+    } else if (first == "keyboard") {
+      ASSERT_TRUE(words >> first >> code >> value) << line;
+      rig.engine.keyboard(
+          {std::stoull(first) * 1000, EV_KEY,
+           static_cast<uint16_t>(libevdev_event_code_from_name(EV_KEY, code.c_str())), value});
     } else if (first == "front") {
       std::getline(words >> std::ws, first);
       rig.state.apps.set_front(first);
