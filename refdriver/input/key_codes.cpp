@@ -2,7 +2,6 @@
 
 #include <linux/input-event-codes.h>
 
-#include <algorithm>
 #include <array>
 
 namespace cx::refdriver {
@@ -156,14 +155,6 @@ constexpr MouseButton kMouseButtons[] = {
     {BTN_EXTRA, 6}, {BTN_FORWARD, 7}, {BTN_BACK, 8},   {BTN_TASK, 9},
 };
 
-constexpr auto kOutputKeys = [] {
-  std::array<uint16_t, kKeys.size()> keys{};
-  size_t n = 0;
-  for (uint16_t k : kKeys)
-    if (k != 0) keys[n++] = k;
-  return std::pair{keys, n};
-}();
-
 }  // namespace
 
 uint16_t linux_key(uint16_t key_code) {
@@ -176,10 +167,6 @@ std::span<const ModifierKey> modifier_keys() {
 
 std::span<const MouseButton> mouse_buttons() {
   return kMouseButtons;
-}
-
-std::span<const uint16_t> output_keys() {
-  return {kOutputKeys.first.data(), kOutputKeys.second};
 }
 
 }  // namespace cx::refdriver

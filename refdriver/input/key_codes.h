@@ -25,7 +25,4 @@ struct MouseButton {
 };
 std::span<const MouseButton> mouse_buttons();
 
-// Every key the output may press: the keys above and the modifiers.
-std::span<const uint16_t> output_keys();
-
 }  // namespace cx::refdriver

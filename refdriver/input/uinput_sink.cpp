@@ -13,6 +13,7 @@ namespace cx::refdriver {
 namespace {
 
 constexpr uint16_t kAxes[] = {REL_X, REL_Y, REL_WHEEL, REL_HWHEEL};
+constexpr unsigned kEndOfKeyboardKeys = 256;
 
 }  // namespace
 
@@ -27,7 +28,10 @@ std::unique_ptr<UinputSink> UinputSink::create(std::string& error) {
   libevdev_enable_event_type(d, EV_KEY);
   for (const MouseButton& b : mouse_buttons())
     libevdev_enable_event_code(d, EV_KEY, b.code, nullptr);
-  for (uint16_t k : output_keys()) libevdev_enable_event_code(d, EV_KEY, k, nullptr);
+  // The whole keyboard range: what keystrokes type, and the keys a pointing
+  // device that is a keyboard too passes through.
+  for (unsigned k = KEY_ESC; k < kEndOfKeyboardKeys; ++k)
+    libevdev_enable_event_code(d, EV_KEY, k, nullptr);
   libevdev_uinput* uinput = nullptr;
   const int rc = libevdev_uinput_create_from_device(d, LIBEVDEV_UINPUT_OPEN_MANAGED, &uinput);
   if (rc != 0) {
