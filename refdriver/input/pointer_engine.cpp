@@ -134,12 +134,11 @@ void PointerEngine::keyboard(const InputEvent& event) {
   if (event.type == EV_KEY && event.value != 2) update_modifiers(event);
 }
 
-bool PointerEngine::update_modifiers(const InputEvent& event) {
+void PointerEngine::update_modifiers(const InputEvent& event) {
   const auto modifier = std::find_if(modifier_keys().begin(), modifier_keys().end(),
                                      [&](const ModifierKey& m) { return m.key == event.code; });
-  if (modifier == modifier_keys().end()) return false;
+  if (modifier == modifier_keys().end()) return;
   mods_ = static_cast<uint8_t>(event.value ? mods_ | modifier->bit : mods_ & ~modifier->bit);
-  return true;
 }
 
 void PointerEngine::button(uint32_t id, Device& d, uint16_t code, bool down, uint64_t time_us) {
@@ -197,7 +196,7 @@ std::optional<uint64_t> PointerEngine::deadline() {
 void PointerEngine::expire(uint64_t now_us) {
   for (auto& [id, d] : devices_) {
     if (!d.waiting) continue;
-    // An overflowing sum means "now", as a button pressed meanwhile does.
+    // The largest time decides at once, as another button's press does.
     if (now_us != ~uint64_t{0} && now_us < d.waiting->since_us + chord_window_us()) continue;
     const uint8_t b = d.waiting->button;
     d.waiting.reset();

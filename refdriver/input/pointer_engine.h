@@ -67,8 +67,7 @@ class PointerEngine {
     uint8_t chord_released = 0;    // its buttons already up
   };
 
-  // False when the key is no modifier.
-  bool update_modifiers(const InputEvent& event);
+  void update_modifiers(const InputEvent& event);
   void button(uint32_t id, Device& d, uint16_t code, bool down, uint64_t time_us);
   void button_down(uint32_t id, uint8_t button, uint16_t code);
   void report(Device& d);
