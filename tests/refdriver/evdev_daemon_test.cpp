@@ -4,7 +4,6 @@
 // /dev/uinput; skipped (and said so) without one.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <libevdev/libevdev-uinput.h>
 #include <libevdev/libevdev.h>
 #include <poll.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include "refdriver/input/evdev_backend.h"
 #include "tests/support/agent_link.h"
 #include "tests/support/user_session.h"
+#include "tests/support/virtual_mouse.h"
 
 namespace cx::refdriver {
 namespace {
@@ -61,26 +61,12 @@ std::vector<std::pair<int, int>> keys(Device& d) {
   return got;
 }
 
-void emit(libevdev_uinput* mouse, int code, int value) {
-  libevdev_uinput_write_event(mouse, EV_KEY, code, value);
-  libevdev_uinput_write_event(mouse, EV_SYN, SYN_REPORT, 0);
-}
-
 TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
-  if (access("/dev/uinput", R_OK | W_OK) != 0) {
-    GTEST_SKIP() << "no writable /dev/uinput on this machine: no virtual mouse can be made";
-  }
-  std::unique_ptr<libevdev, decltype(&libevdev_free)> proto(libevdev_new(), libevdev_free);
-  libevdev_set_name(proto.get(), "Corvex Test Mouse");
-  for (int code : {REL_X, REL_Y, REL_WHEEL})
-    libevdev_enable_event_code(proto.get(), EV_REL, code, nullptr);
-  for (int code : {BTN_LEFT, BTN_RIGHT, BTN_MIDDLE})
-    libevdev_enable_event_code(proto.get(), EV_KEY, code, nullptr);
-  libevdev_uinput* raw = nullptr;
-  ASSERT_EQ(libevdev_uinput_create_from_device(proto.get(), LIBEVDEV_UINPUT_OPEN_MANAGED, &raw), 0);
-  std::unique_ptr<libevdev_uinput, decltype(&libevdev_uinput_destroy)> mouse(
-      raw, libevdev_uinput_destroy);
-  const std::string node = libevdev_uinput_get_devnode(raw);
+  std::string why;
+  if (!test::VirtualMouse::usable(why)) GTEST_SKIP() << why;
+  test::VirtualMouse mouse("Corvex Test Mouse");
+  ASSERT_FALSE(mouse.node().empty());
+  const std::string& node = mouse.node();
 
   test::UserSession session;
   ASSERT_NE(session.start_driver({"--evdev"}), nullptr);
@@ -94,13 +80,13 @@ TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
     ASSERT_EQ(ConnectToDriver(), 1);
     const act_item shift_a[] = {make_act_item(0x01, 0, 2, 0x0200, 0)};
     ASSERT_EQ(SetActionList(0, 0, shift_a), 0);
-    emit(raw, BTN_LEFT, 1);
-    emit(raw, BTN_LEFT, 0);
+    mouse.emit(EV_KEY, BTN_LEFT, 1);
+    mouse.emit(EV_KEY, BTN_LEFT, 0);
     EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{
                                 {KEY_LEFTSHIFT, 1}, {KEY_A, 1}, {KEY_A, 0}, {KEY_LEFTSHIFT, 0}}));
     // A button no list names is itself.
-    emit(raw, BTN_RIGHT, 1);
-    emit(raw, BTN_RIGHT, 0);
+    mouse.emit(EV_KEY, BTN_RIGHT, 1);
+    mouse.emit(EV_KEY, BTN_RIGHT, 0);
     EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
   }  // the agent leaves before the driver stops
   EXPECT_EQ(session.driver->terminate(), 0);
