@@ -21,6 +21,7 @@ namespace cx::refdriver {
 namespace {
 
 constexpr std::string_view kEventNodePrefix = "/dev/input/event";
+constexpr const char* kUdevdControl = "/run/udev/control";
 
 struct FreeDevice {
   void operator()(libevdev* d) const { libevdev_free(d); }
@@ -221,7 +222,10 @@ std::unique_ptr<EvdevBackend> EvdevBackend::create(TransportServer& server, Driv
     self->engine.expire(monotonic_us());
     self->arm_timer();
   });
-  impl->monitor.reset(udev_monitor_new_from_netlink(impl->udev_context.get(), "udev"));
+  // Without a udev daemon (a container, an initramfs) the kernel's own
+  // announcements are the only ones; its device nodes come from devtmpfs.
+  const char* source = access(kUdevdControl, F_OK) == 0 ? "udev" : "kernel";
+  impl->monitor.reset(udev_monitor_new_from_netlink(impl->udev_context.get(), source));
   if (impl->monitor) {
     udev_monitor_filter_add_match_subsystem_devtype(impl->monitor.get(), "input", nullptr);
     udev_monitor_enable_receiving(impl->monitor.get());

@@ -1,6 +1,7 @@
-// corvex-driverd --evdev on a mouse made through uinput: it grabs the mouse,
-// a button bound by the agent to a keystroke types it on the driver's
-// output device, and SIGTERM gives the mouse back. Needs a writable
+// corvex-driverd --evdev on mice made through uinput: it grabs a mouse, a
+// button bound by the agent to a keystroke types it on the driver's output
+// device, a mouse plugged in later is taken and unplugged mid-drag leaves
+// nothing held, and SIGTERM gives the mice back. Needs a writable
 // /dev/uinput; skipped (and said so) without one.
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@
 
 #include "driver/actlist_requests.h"
 #include "model/act_item.h"
+#include "model/builtin_actlists.h"
 #include "refdriver/input/evdev_backend.h"
 #include "tests/support/agent_link.h"
 #include "tests/support/user_session.h"
@@ -61,7 +63,7 @@ std::vector<std::pair<int, int>> keys(Device& d) {
   return got;
 }
 
-TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
+TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
   std::string why;
   if (!test::VirtualMouse::usable(why)) GTEST_SKIP() << why;
   test::VirtualMouse mouse("Corvex Test Mouse");
@@ -88,6 +90,18 @@ TEST(EvdevDaemon, GrabsAMouseTypesItsKeystrokeAndLetsGoOnSigterm) {
     mouse.emit(EV_KEY, BTN_RIGHT, 1);
     mouse.emit(EV_KEY, BTN_RIGHT, 0);
     EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
+
+    // A mouse plugged in later is taken too; unplugged mid-drag, it leaves
+    // nothing held.
+    auto second = std::make_unique<test::VirtualMouse>("Corvex Test Mouse 2");
+    ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + second->node() + " "));
+    ASSERT_EQ(SetActionList(0, 1, drag_actlist.data()), 0);
+    second->emit(EV_KEY, BTN_RIGHT, 1);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_LEFT, 1}}));
+    const std::string second_node = second->node();
+    second.reset();
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_LEFT, 0}}));
+    EXPECT_TRUE(session.driver->wait_for_output("evdev: released " + second_node));
   }  // the agent leaves before the driver stops
   EXPECT_EQ(session.driver->terminate(), 0);
   Device again;
