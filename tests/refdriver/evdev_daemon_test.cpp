@@ -25,39 +25,33 @@
 namespace cx::refdriver {
 namespace {
 
-struct Device {
-  int fd = -1;
-  libevdev* dev = nullptr;
-  ~Device() {
-    libevdev_free(dev);
-    if (fd >= 0) close(fd);
-  }
-};
+void close_device(libevdev* d) {
+  close(libevdev_get_fd(d));
+  libevdev_free(d);
+}
+using Device = std::unique_ptr<libevdev, decltype(&close_device)>;
 
-// The event node whose device has this name, opened; false when none.
-bool open_named(std::string_view name, Device& out) {
+// The first event node whose device has this name, opened; null when none.
+Device open_named(std::string_view name) {
   for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-    if (!entry.path().filename().string().starts_with("event")) continue;
-    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     libevdev* dev = nullptr;
+    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd >= 0 && libevdev_new_from_fd(fd, &dev) == 0 && libevdev_get_name(dev) == name) {
-      out.fd = fd;
-      out.dev = dev;
-      return true;
+      return {dev, close_device};
     }
     libevdev_free(dev);
     if (fd >= 0) close(fd);
   }
-  return false;
+  return {nullptr, close_device};
 }
 
 // The key events that arrive within a second.
-std::vector<std::pair<int, int>> keys(Device& d) {
+std::vector<std::pair<int, int>> keys(const Device& d) {
   std::vector<std::pair<int, int>> got;
-  pollfd p{d.fd, POLLIN, 0};
+  pollfd p{libevdev_get_fd(d.get()), POLLIN, 0};
   while (poll(&p, 1, 1000) > 0) {
     input_event ev{};
-    while (libevdev_next_event(d.dev, LIBEVDEV_READ_FLAG_NORMAL, &ev) == 0)
+    while (libevdev_next_event(d.get(), LIBEVDEV_READ_FLAG_NORMAL, &ev) == 0)
       if (ev.type == EV_KEY) got.emplace_back(ev.code, ev.value);
   }
   return got;
@@ -68,13 +62,12 @@ TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
   if (!test::VirtualMouse::usable(why)) GTEST_SKIP() << why;
   test::VirtualMouse mouse("Corvex Test Mouse");
   ASSERT_FALSE(mouse.node().empty());
-  const std::string& node = mouse.node();
 
   test::UserSession session;
   ASSERT_NE(session.start_driver({"--evdev"}), nullptr);
-  ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + node + " "));
-  Device output;
-  ASSERT_TRUE(open_named(kOutputDeviceName, output));
+  ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + mouse.node() + " "));
+  const Device output = open_named(kOutputDeviceName);
+  ASSERT_TRUE(output);
 
   // Button 0 types Shift+A (driver key code 0).
   {
@@ -104,9 +97,9 @@ TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
     EXPECT_TRUE(session.driver->wait_for_output("evdev: released " + second_node));
   }  // the agent leaves before the driver stops
   EXPECT_EQ(session.driver->terminate(), 0);
-  Device again;
-  ASSERT_TRUE(open_named("Corvex Test Mouse", again));
-  EXPECT_EQ(libevdev_grab(again.dev, LIBEVDEV_GRAB), 0) << "the daemon still holds the mouse";
+  const Device again = open_named("Corvex Test Mouse");
+  ASSERT_TRUE(again);
+  EXPECT_EQ(libevdev_grab(again.get(), LIBEVDEV_GRAB), 0) << "the daemon still holds the mouse";
 }
 
 }  // namespace

@@ -23,17 +23,14 @@ constexpr uint32_t kMouse = 1;
 class Transcript : public OutputSink, public DriverSink {
  public:
   void write(std::span<const OutputEvent> events) override {
-    std::string frame;
+    // An unended frame shows as a line without its newline.
+    const char* gap = "";
     for (const OutputEvent& e : events) {
-      if (e.type == EV_SYN) {
-        text << frame << "\n";
-        frame.clear();
-        continue;
-      }
-      frame += std::string(frame.empty() ? "" : " ") +
-               libevdev_event_code_get_name(e.type, e.code) + " " + std::to_string(e.value);
+      if (e.type == EV_SYN) text << "\n";
+      if (e.type != EV_SYN)
+        text << gap << libevdev_event_code_get_name(e.type, e.code) << " " << e.value;
+      gap = e.type == EV_SYN ? "" : " ";
     }
-    text << frame;  // an unended frame shows as a line without its newline
   }
   void notify(uint32_t code, uint64_t argument) override {
     text << "message " << code << " " << argument << "\n";
@@ -55,23 +52,12 @@ struct Rig {
     AppSet& s = set ? *set : state.apps.global();
     ASSERT_EQ(state.store_list(s, response_key(mods, button, 0), wire), kDone);
   }
-  void global(uint16_t index, Bytes data) { ASSERT_EQ(state.globals.write(index, data), kDone); }
 };
 
 const act_item kShiftCmdA[] = {make_act_item(0x09, 0, 2, 0x0200, 0)};
 const act_item kHeldCtrlZ[] = {make_act_item(0x02, 6, 1, 0x0200, 0)};
 const act_item kMenuClick[] = {make_act_item(0x01, 5, 1, 0x0040, 0),
                                make_act_item(0x01, 5, 2, 0x0080, 0)};
-
-// The default preferences' level 3 of the mouse table.
-Bytes mouse_table() {
-  Wire w;
-  for (int t : {1, 2, 3, 4, 6, 8, 11, 14, 18, 23, 29, 36}) w.u16(static_cast<uint16_t>(t));
-  Bytes rows(9 * 12, 16);
-  const uint8_t row3[] = {16, 16, 17, 18, 19, 21, 22, 24, 25, 27, 29, 31};
-  std::copy(std::begin(row3), std::end(row3), rows.begin() + 36);
-  return w.raw(rows).bytes();
-}
 
 struct Case {
   const char* name;
@@ -116,8 +102,10 @@ const Case kCases[] = {
      }},
     {"acceleration",
      [](Rig& r) {
-       r.global(kAccelLevelsIndex, {0, 3, 0, 0, 0});
-       r.global(kFirstAccelTableIndex + 1, mouse_table());
+       ASSERT_EQ(r.state.globals.write(kAccelLevelsIndex, Bytes{0, 3, 0, 0, 0}), kDone);
+       ASSERT_EQ(r.state.globals.write(kFirstAccelTableIndex + 1,
+                                       cx::test::read_hex("input/mouse_table.hex")),
+                 kDone);
      }},
     {"wheel",
      [](Rig& r) {
