@@ -216,7 +216,7 @@ echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mic
 # Where /dev/uinput exists the user sees each mouse grabbed and the output
 # device made; elsewhere the daemon says why it cannot and exits 1.
 evdev_dir=$(mktemp -d)
-CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/corvex-driverd" --evdev 2>&1 \
+CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/refdriver/corvex-driverd" --evdev 2>&1 \
   | grep -E "evdev:|uinput|serving" || true
 rm -rf "$evdev_dir"
 
