@@ -213,8 +213,8 @@ kill "$paste_term" "$paste_wm"
 
 echo
 echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mice"
-# Where /dev/uinput exists the user sees each mouse grabbed and the output
-# device made; elsewhere the daemon says why it cannot and exits 1.
+echo "   (where /dev/uinput exists each mouse is grabbed and acts through the \"Corvex Virtual"
+echo "   Pointer\"; elsewhere the daemon says why it cannot and exits 1)"
 evdev_dir=$(mktemp -d)
 CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/refdriver/corvex-driverd" --evdev 2>&1 \
   | grep -E "evdev:|uinput|serving" || true
