@@ -87,11 +87,12 @@ void keep_notice_up(platform::DialogWindow& notice, uint32_t flags) {
 
 void show_notice(const platform::CaptureNotice& texts, uint32_t flags) {
   using namespace platform;
+  // Asked first: a window manager may hand the new notice the focus at once.
+  ProcessSerialNumber front{}, self{};
+  const bool had_front = GetFrontProcess(&front) == noErr;
   std::unique_ptr<DialogWindow> notice = dialogs().open_capture_notice(texts);
   if (!notice) return;
   notice->pause(kFirstDraw);
-  ProcessSerialNumber front{}, self{};
-  const bool had_front = GetFrontProcess(&front) == noErr;
   GetCurrentProcess(&self);
   SetFrontProcess(&self);
   keep_notice_up(*notice, flags);
