@@ -37,6 +37,9 @@ version=${kernel##*/vmlinuz-}
 busybox=$(command -v busybox) || skip "no busybox"
 ldd "$busybox" >/dev/null 2>&1 && skip "busybox is not static (install busybox-static)"
 command -v cpio >/dev/null || skip "no cpio"
+# The driver hears of a mouse plugged in after it started from udev.
+udevadm=$(command -v udevadm) || skip "no udevadm (install udev)"
+rules=$(dirname "$0")/../../../resources/desktop/71-corvex.rules
 
 # The key of the bound keystroke as the virtual pointer must send it.
 readonly BUTTON=BTN_SIDE button_code=0x113 key_name=W key_code=17
@@ -64,6 +67,10 @@ add_program() {
 add_program "$daemon"
 add_program "$corvexctl"
 add_program "$mouse"
+add_program "$udevadm"
+ln -s udevadm "$root/bin/systemd-udevd"
+mkdir -p "$root/usr/lib/udev/rules.d"
+cp /usr/lib/udev/rules.d/60-input-id.rules "$rules" "$root/usr/lib/udev/rules.d/"
 mkdir -p "$root/lib/corvex"
 cp -r "$bundle/." "$root/lib/corvex/"
 
@@ -91,6 +98,7 @@ mount -t tmpfs run /run
 mount -t tmpfs tmp /tmp
 mkdir -p /dev/shm && mount -t tmpfs shm /dev/shm
 while read -r m; do insmod /modules/\$m || echo "cx-boot: insmod \$m failed"; done </modules/order
+systemd-udevd --daemon --resolve-names=never
 export HOME=/root CORVEX_IOKIT_DIR=/run/corvex/iokit CORVEX_BUNDLE="/lib/corvex/Corvex Background"
 mkdir -p /run/corvex
 corvex-driverd $evdev >/tmp/driverd.log 2>&1 &

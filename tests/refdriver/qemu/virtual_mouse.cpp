@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
   const std::string node = libevdev_uinput_get_devnode(uinput.get());
   std::printf("virtual-mouse: made %s\n", node.c_str());
 
-  if (!wait_for([&] { return log_holds(argv[1], "evdev: grabbed " + node); }))
+  if (!wait_for([&] { return log_holds(argv[1], "evdev: grabbed " + node + " "); }))
     return fail("the driver did not grab the mouse");
   Device pointer;
   if (!wait_for([&] { return open_named("Corvex Virtual Pointer", pointer); }))
