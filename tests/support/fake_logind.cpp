@@ -30,6 +30,10 @@ constexpr const char* kSession = "org.freedesktop.login1.Session";
 constexpr const char* kUsersPath = "/org/freedesktop/login1/user";
 constexpr const char* kUser = "org.freedesktop.login1.User";
 
+std::string user_path(uint32_t uid) {
+  return std::string(kUsersPath) + "/_" + std::to_string(uid);
+}
+
 constexpr const char* kInterfaces = R"xml(<node>
   <interface name="org.freedesktop.login1.Manager">
     <method name="GetSession"><arg type="s"/><arg type="o" direction="out"/></method>
@@ -56,10 +60,6 @@ constexpr const char* kBusConfig = R"(<busconfig>
   </policy>
 </busconfig>
 )";
-
-std::string user_path(uint32_t uid) {
-  return std::string(kUsersPath) + "/_" + std::to_string(uid);
-}
 
 }  // namespace
 
