@@ -7,8 +7,8 @@
 #include <libevdev/libevdev-uinput.h>
 #include <libevdev/libevdev.h>
 #include <poll.h>
-#include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +18,8 @@
 #include <sstream>
 #include <string>
 #include <thread>
+
+#include "platform/linux/user_client_fd.h"
 
 namespace {
 
@@ -49,30 +51,21 @@ using Evdev = std::unique_ptr<libevdev, decltype(&libevdev_free)>;
 using Uinput = std::unique_ptr<libevdev_uinput, decltype(&libevdev_uinput_destroy)>;
 
 struct Device {
-  Device() = default;
-  Device(const Device&) = delete;
-  Device& operator=(const Device&) = delete;
-  ~Device() {
-    dev.reset();
-    if (fd >= 0) close(fd);
-  }
-  int fd = -1;
+  cx::UniqueFd fd;
   Evdev dev{nullptr, libevdev_free};
 };
 
 // Opens the event node of the device called `name` into `out`.
 bool open_named(const std::string& name, Device& out) {
   for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-    if (entry.path().filename().string().rfind("event", 0) != 0) continue;
-    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK);
+    cx::UniqueFd fd(open(entry.path().c_str(), O_RDONLY | O_NONBLOCK));
     libevdev* dev = nullptr;
-    if (fd >= 0 && libevdev_new_from_fd(fd, &dev) == 0 && name == libevdev_get_name(dev)) {
-      out.fd = fd;
-      out.dev.reset(dev);
-      return true;
-    }
-    if (dev) libevdev_free(dev);
-    if (fd >= 0) close(fd);
+    if (!fd || libevdev_new_from_fd(fd.get(), &dev) != 0) continue;
+    Evdev owned(dev, libevdev_free);
+    if (name != libevdev_get_name(dev)) continue;
+    out.fd = std::move(fd);
+    out.dev = std::move(owned);
+    return true;
   }
   return false;
 }
@@ -109,7 +102,7 @@ int main(int argc, char** argv) {
   }
   std::printf("virtual-mouse: pressed button 0x%x\n", button);
 
-  pollfd wait{pointer.fd, POLLIN, 0};
+  pollfd wait{pointer.fd.get(), POLLIN, 0};
   for (const auto end = Clock::now() + kPatience; Clock::now() < end;) {
     input_event ev;
     const int rc = libevdev_next_event(pointer.dev.get(), LIBEVDEV_READ_FLAG_NORMAL, &ev);
@@ -117,8 +110,8 @@ int main(int argc, char** argv) {
       poll(&wait, 1, 100);
       continue;
     }
-    if (rc != LIBEVDEV_READ_STATUS_SUCCESS) continue;
-    if (ev.type != EV_KEY) continue;
+    if (rc < 0) return fail("cannot read the virtual pointer");
+    if (rc != LIBEVDEV_READ_STATUS_SUCCESS || ev.type != EV_KEY) continue;
     std::printf("virtual-mouse: pointer key %u value %d\n", ev.code, ev.value);
     if (ev.code == key && ev.value == 1) {
       std::printf("virtual-mouse: PASS key %u\n", key);
