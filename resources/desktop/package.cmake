@@ -1,6 +1,7 @@
 # cpack -G DEB: one Debian package holding every installed file, whose
-# maintainer scripts enable and start the services. Configure with
-# -DCMAKE_INSTALL_PREFIX=/usr: the units name the programs by that prefix.
+# maintainer scripts enable and start the services. The units name the
+# programs by the configured prefix, so the package keeps it (the deb
+# preset: /usr).
 set(CPACK_PACKAGE_NAME corvex)
 set(CPACK_PACKAGE_VENDOR "Corvex")
 set(CPACK_PACKAGE_CONTACT "Corvex developers <corvex@localhost>")
