@@ -11,11 +11,5 @@ void get_cur_URL(const uint8_t*, uint32_t) {
 void paste_text(const uint8_t*, uint32_t) {
   diag_note_unavailable("paste_text");
 }
-void popup_tasklist() {
-  diag_note_unavailable("popup_tasklist");
-}
-void popup_user_menu() {
-  diag_note_unavailable("popup_user_menu");
-}
 
 }  // namespace cx

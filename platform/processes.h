@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 // ProcessSerialNumber, OSType, OSErr and the Process Manager's results
@@ -28,6 +29,14 @@ inline constexpr OSType kUnknownSignature = fourcc("????");  // no creator code
 inline constexpr uint32_t kModeOnlyBackground = 0x400;      // no windows of its own
 inline constexpr uint32_t kModeHighLevelEventAware = 0x80;  // takes Apple events
 
+// An application's icon: `width` x `height` pixels of non-premultiplied
+// ARGB, row by row from the top.
+struct AppIcon {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint32_t> argb;
+};
+
 struct ProcessInfo {
   ProcessSerialNumber psn;
   std::array<unsigned char, 256> name;  // Pascal string: length byte, then up to 255 bytes
@@ -46,6 +55,12 @@ class Processes {
   // end: procNotFound and `psn` set to kNoProcess.
   virtual OSErr next_process(ProcessSerialNumber& psn) = 0;
   virtual OSErr set_front_process(const ProcessSerialNumber& psn) = 0;
+  // The icon the process shows for itself, near `size` pixels square; none
+  // when it shows none.
+  virtual std::optional<AppIcon> application_icon(const ProcessSerialNumber& psn, uint32_t size) {
+    static_cast<void>(psn), static_cast<void>(size);
+    return std::nullopt;
+  }
   // Calls `on_change` from the main loop soon after the front process may
   // have changed; null when the desktop cannot say, and callers poll.
   virtual EventSourceHandle watch_front(std::function<void()> on_change) {

@@ -13,6 +13,7 @@
 
 #include "platform/linux/processes_x11_display.h"
 #include "platform/linux/processes_x11_front_watch.h"
+#include "platform/linux/wm_icon.h"
 
 namespace cx::platform {
 namespace {
@@ -37,6 +38,13 @@ ProcessSerialNumber psn_of(pid_t pid) {
   return {0, static_cast<uint32_t>(pid)};
 }
 
+std::optional<pid_t> pid_of(const ProcessSerialNumber& psn) {
+  if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
+      psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
+    return std::nullopt;
+  return static_cast<pid_t>(psn.lowLongOfPSN);
+}
+
 class X11Processes final : public Processes {
  public:
   OSErr front_process(ProcessSerialNumber& psn) override {
@@ -50,10 +58,9 @@ class X11Processes final : public Processes {
   }
 
   OSErr process_information(const ProcessSerialNumber& psn, ProcessInfo& info) override {
-    if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
-        psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
-      return procNotFound;
-    const auto pid = static_cast<pid_t>(psn.lowLongOfPSN);
+    const std::optional<pid_t> pid_or = pid_of(psn);
+    if (!pid_or) return procNotFound;
+    const pid_t pid = *pid_or;
     read_participants();
     const std::optional<uint32_t> signature = signature_of(pid);
     std::string name;
@@ -98,6 +105,12 @@ class X11Processes final : public Processes {
     }
     psn = *it;
     return noErr;
+  }
+
+  std::optional<AppIcon> application_icon(const ProcessSerialNumber& psn, uint32_t size) override {
+    const std::optional<pid_t> pid = pid_of(psn);
+    if (!pid || !window_facts_of(*pid)) return std::nullopt;
+    return pick_wm_icon(display_.wm_icon(window_of_.at(*pid)), size);
   }
 
   EventSourceHandle watch_front(std::function<void()> on_change) override {

@@ -36,6 +36,9 @@ class X11Display {
   // Both properties in one round trip.
   WindowFacts window_facts(xcb_window_t window);
 
+  // `_NET_WM_ICON` as it stands (empty when missing or too large to read).
+  std::vector<uint32_t> wm_icon(xcb_window_t window);
+
   // Asks the window manager to activate `window` (as a pager would).
   bool activate(xcb_window_t window);
 

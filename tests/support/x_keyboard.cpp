@@ -1,0 +1,62 @@
+#include "tests/support/x_keyboard.h"
+
+#include <xcb/xtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+namespace cx::test {
+
+XKeyboard::XKeyboard(const std::string& display) : conn_(xcb_connect(display.c_str(), nullptr)) {
+  if (xcb_connection_has_error(conn_)) return;
+  root_ = xcb_setup_roots_iterator(xcb_get_setup(conn_)).data->root;
+  const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+  xcb_change_window_attributes(conn_, root_, XCB_CW_EVENT_MASK, &mask);
+  std::free(xcb_get_input_focus_reply(conn_, xcb_get_input_focus(conn_), nullptr));
+}
+
+XKeyboard::~XKeyboard() {
+  xcb_disconnect(conn_);
+}
+
+bool XKeyboard::wait_for_popup(std::chrono::milliseconds limit) const {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  while (root_ != XCB_NONE && std::chrono::steady_clock::now() < deadline) {
+    const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
+        xcb_poll_for_event(conn_), &std::free);
+    if (!event) {
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+      continue;
+    }
+    const auto* map = reinterpret_cast<const xcb_map_notify_event_t*>(event.get());
+    if ((event->response_type & 0x7f) != XCB_MAP_NOTIFY || !map->override_redirect) continue;
+    // The popup grabs the keyboard right after it is mapped.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return true;
+  }
+  return false;
+}
+
+bool XKeyboard::tap(uint32_t sym) const {
+  if (root_ == XCB_NONE) return false;
+  const xcb_setup_t* setup = xcb_get_setup(conn_);
+  const auto count = static_cast<uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+  const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, decltype(&std::free)> map(
+      xcb_get_keyboard_mapping_reply(
+          conn_, xcb_get_keyboard_mapping(conn_, setup->min_keycode, count), nullptr),
+      &std::free);
+  if (!map || map->keysyms_per_keycode == 0) return false;
+  const xcb_keysym_t* syms = xcb_get_keyboard_mapping_keysyms(map.get());
+  for (int i = 0; i < xcb_get_keyboard_mapping_keysyms_length(map.get()); ++i) {
+    if (syms[i] != sym) continue;
+    const auto code = static_cast<uint8_t>(setup->min_keycode + i / map->keysyms_per_keycode);
+    xcb_test_fake_input(conn_, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    xcb_test_fake_input(conn_, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    std::free(xcb_get_input_focus_reply(conn_, xcb_get_input_focus(conn_), nullptr));
+    return true;
+  }
+  return false;
+}
+
+}  // namespace cx::test
