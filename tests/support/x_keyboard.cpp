@@ -20,7 +20,8 @@ XKeyboard::~XKeyboard() {
   xcb_disconnect(conn_);
 }
 
-bool XKeyboard::wait_for_popup(std::chrono::milliseconds limit) const {
+bool XKeyboard::wait_for_popup(std::chrono::milliseconds limit,
+                               std::chrono::steady_clock::time_point* mapped_at) const {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   while (root_ != XCB_NONE && std::chrono::steady_clock::now() < deadline) {
     const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
@@ -31,6 +32,7 @@ bool XKeyboard::wait_for_popup(std::chrono::milliseconds limit) const {
     }
     const auto* map = reinterpret_cast<const xcb_map_notify_event_t*>(event.get());
     if ((event->response_type & 0x7f) != XCB_MAP_NOTIFY || !map->override_redirect) continue;
+    if (mapped_at) *mapped_at = std::chrono::steady_clock::now();
     // The popup grabs the keyboard right after it is mapped.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     return true;

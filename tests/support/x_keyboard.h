@@ -26,8 +26,9 @@ class XKeyboard {
   XKeyboard& operator=(const XKeyboard&) = delete;
 
   // True once a popup mapped since this object was made, or since the last
-  // call; false after `limit`.
-  bool wait_for_popup(std::chrono::milliseconds limit) const;
+  // call (when it was seen goes to `mapped_at`); false after `limit`.
+  bool wait_for_popup(std::chrono::milliseconds limit,
+                      std::chrono::steady_clock::time_point* mapped_at = nullptr) const;
   // Presses and releases the key that types `sym`; false when none does.
   bool tap(uint32_t sym) const;
 
