@@ -21,10 +21,11 @@
 #include "platform/menus.h"
 #include "refdriver/action_runner.h"
 #include "tests/support/agent_link.h"
+#include "tests/support/child_process.h"
 #include "tests/support/reference_driver.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/window_manager.h"
-#include "tests/support/x_keyboard.h"
+#include "tests/support/x_popup_watch.h"
 #include "tests/support/xvfb.h"
 
 namespace {
@@ -87,10 +88,11 @@ struct Desktop {
 
   // One press; the time from it to the menu mapped, or a negative value.
   double press_to_map() {
-    const test::XKeyboard user(xvfb.display());
+    const test::PopupWatch watch(xvfb.display());
     Clock::time_point mapped{};
     std::thread dismiss([&] {
-      if (user.wait_for_popup(std::chrono::seconds(5), &mapped)) user.tap(test::keysym::escape);
+      if (watch.wait(std::chrono::seconds(5), &mapped))
+        test::run_command({CX_DESKTOPCTL, "keys", "Escape"});
     });
     const auto limit = platform::event_loop().add_one_shot(std::chrono::seconds(6),
                                                            [] { platform::event_loop().quit(); });

@@ -18,7 +18,7 @@
 #include "tests/support/reference_driver.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/window_manager.h"
-#include "tests/support/x_keyboard.h"
+#include "tests/support/x_popup_watch.h"
 #include "tests/support/xvfb.h"
 #include "util/byte_order.h"
 
@@ -88,11 +88,12 @@ class Menus : public ::testing::Test {
     ASSERT_TRUE(driver_.running()) << driver_.error();
   }
   // Runs `action` while the user types `keys` into the menu it opens.
-  void choose(void (*action)(), std::vector<uint32_t> keys) {
-    const test::XKeyboard keyboard(xvfb_->display());
+  void choose(void (*action)(), std::vector<std::string> keys) {
+    const test::PopupWatch watch(xvfb_->display());
+    keys.insert(keys.begin(), {CX_DESKTOPCTL, "keys"});
     std::thread user([&] {
-      ASSERT_TRUE(keyboard.wait_for_popup(5s));
-      for (const uint32_t key : keys) keyboard.tap(key);
+      ASSERT_TRUE(watch.wait(5s));
+      EXPECT_EQ(test::run_command(keys).exit_status, 0);
     });
     action();
     user.join();
@@ -128,7 +129,7 @@ TEST_F(Menus, ApplicationMenuListsTheWindowsByNameAndRaisesTheChosenOne) {
         std::vector<std::string>{"xterm", "-class", name, "-e", "sleep", "60"}));
     ASSERT_TRUE(comes_to_front(apps.back()->pid()));
   }
-  choose(popup_tasklist, {test::keysym::home, test::keysym::down, test::keysym::enter});
+  choose(popup_tasklist, {"Home", "Down", "Return"});
   std::vector<std::pair<std::string, bool>> shown;
   for (const MenuItem& item : recorder_.items) shown.emplace_back(item.text, item.checked);
   EXPECT_EQ(shown, (std::vector<std::pair<std::string, bool>>{
@@ -139,7 +140,7 @@ TEST_F(Menus, ApplicationMenuListsTheWindowsByNameAndRaisesTheChosenOne) {
 }
 
 TEST_F(Menus, PopupMenuChoiceRunsTheEntryInTheDriver) {
-  choose(popup_user_menu, {test::keysym::home, test::keysym::down, test::keysym::enter});
+  choose(popup_user_menu, {"Home", "Down", "Return"});
   ASSERT_EQ(recorder_.items.size(), 3u);
   EXPECT_EQ(recorder_.items[0].text, "Open");
   EXPECT_TRUE(recorder_.items[1].separator);
