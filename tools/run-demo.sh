@@ -47,6 +47,11 @@ export DBUS_SESSION_BUS_ADDRESS
 Xvfb -displayfd 1 -nolisten tcp -noreset -screen 0 640x480x24 >"$work/display" 2>/dev/null &
 pids+=($!)
 export DISPLAY=:$(first_line "$work/display")
+if [ -z "${openbox_started:-}" ]; then
+  openbox --sm-disable >/dev/null 2>&1 &
+  pids+=($!)
+  openbox_started=1
+fi
 
 cat >"$XDG_CONFIG_HOME/corvex/Preferences/ByHost/com.velcorra.corvex.background.diags.demo.plist" <<'PLIST'
 <?xml version="1.0" encoding="UTF-8"?>
@@ -75,6 +80,72 @@ cat >"$prefs" <<'PLIST'
 				<string>Default</string>
 				<key>ButtonData</key>
 				<dict>
+					<key>ButtonID_6</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Edit</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>MenuResponse</key>
+								<array>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>Copy</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>Keystrokes</key>
+											<array>
+												<string>Cmd+C</string>
+											</array>
+										</dict>
+									</dict>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>-</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>StandardResponse</key>
+											<string>DoNothing</string>
+										</dict>
+									</dict>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>Paste</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>Keystrokes</key>
+											<array>
+												<string>Cmd+V</string>
+											</array>
+										</dict>
+									</dict>
+								</array>
+							</dict>
+						</dict>
+					</array>
+					<key>ButtonID_7</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Applications</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>StandardResponse</key>
+								<string>ApplicationMenu</string>
+							</dict>
+						</dict>
+					</array>
 					<key>B4Button</key>
 					<array>
 						<dict>
@@ -184,6 +255,31 @@ echo "== The control panel asks for the mice, hides the menu extra and saves"
 "$cp" save
 
 echo
+echo "== Popup menus. The chord button's press in TextEdit above opened the application menu;"
+echo "   the user closes it with Escape. Two terminals open, Notes and Mail. Button 6 pops up the"
+echo "   user's menu at the pointer (Copy, a separator, Paste); the user chooses Copy and the"
+echo "   driver types Cmd+C. Button 7 pops up the application menu, Mail checked (in front); the"
+echo "   user chooses Notes, which comes to the front"
+screenshots=${screenshots:-$PWD/$bin/demo}
+mkdir -p "$screenshots"
+"$desk" keys Escape
+for app in Notes Mail; do
+  xterm -class "$app" -title "$app" -geometry 30x6 -e sleep 600 &
+  pids+=($!)
+  sleep 1
+done
+"$ctl" press 6
+sleep 1
+import -window root "$screenshots/popup-menu.png"
+"$desk" keys Down Return
+"$ctl" press 7
+sleep 1
+import -window root "$screenshots/application-menu.png"
+"$desk" keys Down Down Return
+sleep 0.5
+"$ctl" state | grep -i "^front" || true
+
+echo
 echo "== The control panel quits the agent"
 "$cp" quit
 wait "$agent" && echo "corvex-background exited with status 0"
@@ -204,3 +300,6 @@ echo "== The driver's view"
 echo
 echo "== The driver's log"
 cat "$work/driverd.log"
+echo
+echo "== Screenshots"
+ls "$screenshots"/*.png

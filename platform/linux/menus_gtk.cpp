@@ -53,8 +53,9 @@ GObjectPtr<GdkPixbuf> pixbuf_of(const AppIcon& icon) {
 
 GtkWidget* widget_of(const MenuItem& item) {
   if (item.separator) return gtk_separator_menu_item_new();
-  GtkWidget* widget = gtk_check_menu_item_new();
-  gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(widget), item.checked);
+  // Only the checked item draws a check; the menu keeps room for it.
+  GtkWidget* widget = item.checked ? gtk_check_menu_item_new() : gtk_menu_item_new();
+  if (item.checked) gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(widget), TRUE);
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kIconSpacing);
   if (item.icon) {
     if (const GObjectPtr<GdkPixbuf> pixbuf = pixbuf_of(*item.icon))
