@@ -280,6 +280,36 @@ sleep 0.5
 "$ctl" state | grep -i "^front" || true
 
 echo
+echo "== Under a window manager an xterm comes to the front; the chord button pastes into it"
+echo "   (the agent owns the clipboard and types Ctrl+V: \"Kind regards,\" appears after the"
+echo "   xterm's prompt, and stays on the clipboard; a screenshot of it is saved)"
+xterm -title Corvex -geometry 48x6+40+40 -xrm 'XTerm*VT100.translations: #override Ctrl<Key>v: insert-selection(CLIPBOARD)' \
+  -e sh -c "stty -icanon; printf 'Pasted here: '; cat >'$work/pasted.txt'" 2>/dev/null &
+paste_term=$!
+pids+=($paste_term)
+for _ in $(seq 100); do
+  "$ctl" state | grep -q "front application: XTerm" && break
+  sleep 0.05
+done
+"$ctl" press 4
+wait_for "$work/pasted.txt" "Kind regards,"
+echo "The xterm received: $(cat "$work/pasted.txt")"
+sleep 0.3  # the echo on the xterm's screen
+paste_shot=$PWD/$bin/demo/pasted-text.png
+mkdir -p "$(dirname "$paste_shot")"
+import -window root "$paste_shot"
+kill "$paste_term"
+
+echo
+echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mice"
+echo "   (where /dev/uinput exists each mouse is grabbed and acts through the \"Corvex Virtual"
+echo "   Pointer\"; elsewhere the daemon says why it cannot and exits 1)"
+evdev_dir=$(mktemp -d)
+CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/refdriver/corvex-driverd" --evdev 2>&1 \
+  | grep -E "evdev:|uinput|serving" || true
+rm -rf "$evdev_dir"
+
+echo
 echo "== The control panel quits the agent"
 "$cp" quit
 wait "$agent" && echo "corvex-background exited with status 0"
@@ -302,4 +332,5 @@ echo "== The driver's log"
 cat "$work/driverd.log"
 echo
 echo "== Screenshots"
-ls "$screenshots"/*.png
+echo "Pasted text: $paste_shot"
+echo "Popup menus: $screenshots/popup-menu.png $screenshots/application-menu.png"
