@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 // ProcessSerialNumber, OSType, OSErr and the Process Manager's results
@@ -30,11 +31,13 @@ inline constexpr uint32_t kModeOnlyBackground = 0x400;      // no windows of its
 inline constexpr uint32_t kModeHighLevelEventAware = 0x80;  // takes Apple events
 
 // An application's icon: `width` x `height` pixels of non-premultiplied
-// ARGB, row by row from the top.
+// ARGB, row by row from the top; without pixels, the name of an icon in the
+// desktop's icon theme that may show the application.
 struct AppIcon {
   uint32_t width = 0;
   uint32_t height = 0;
   std::vector<uint32_t> argb;
+  std::string theme_name;
 };
 
 struct ProcessInfo {

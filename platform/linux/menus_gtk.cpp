@@ -31,6 +31,12 @@ GdkDevice* pointer() {
 }
 
 GObjectPtr<GdkPixbuf> pixbuf_of(const AppIcon& icon) {
+  if (icon.argb.empty()) {
+    // A name the theme does not know shows no icon.
+    return GObjectPtr<GdkPixbuf>{gtk_icon_theme_load_icon(gtk_icon_theme_get_default(),
+                                                          icon.theme_name.c_str(), kIconSize,
+                                                          GTK_ICON_LOOKUP_FORCE_SIZE, nullptr)};
+  }
   GObjectPtr<GdkPixbuf> full{gdk_pixbuf_new(
       GDK_COLORSPACE_RGB, TRUE, 8, static_cast<int>(icon.width), static_cast<int>(icon.height))};
   if (!full) return nullptr;
@@ -57,10 +63,8 @@ GtkWidget* widget_of(const MenuItem& item) {
   GtkWidget* widget = item.checked ? gtk_check_menu_item_new() : gtk_menu_item_new();
   if (item.checked) gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(widget), TRUE);
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kIconSpacing);
-  if (item.icon) {
-    if (const GObjectPtr<GdkPixbuf> pixbuf = pixbuf_of(*item.icon))
-      gtk_box_pack_start(GTK_BOX(box), gtk_image_new_from_pixbuf(pixbuf.get()), FALSE, FALSE, 0);
-  }
+  if (const GObjectPtr<GdkPixbuf> pixbuf = item.icon ? pixbuf_of(*item.icon) : nullptr)
+    gtk_box_pack_start(GTK_BOX(box), gtk_image_new_from_pixbuf(pixbuf.get()), FALSE, FALSE, 0);
   // Names cut at a byte count may end inside a character.
   const std::unique_ptr<gchar, decltype(&g_free)> text{
       g_utf8_make_valid(item.text.data(), static_cast<gssize>(item.text.size())), &g_free};

@@ -1,10 +1,12 @@
 #include "platform/linux/processes_x11.h"
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -109,8 +111,16 @@ class X11Processes final : public Processes {
 
   std::optional<AppIcon> application_icon(const ProcessSerialNumber& psn, uint32_t size) override {
     const std::optional<pid_t> pid = pid_of(psn);
-    if (!pid || !window_facts_of(*pid)) return std::nullopt;
-    return pick_wm_icon(display_.wm_icon(window_of_.at(*pid)), size);
+    const auto facts = pid ? window_facts_of(*pid) : std::nullopt;
+    if (!facts) return std::nullopt;
+    if (auto icon = pick_wm_icon(display_.wm_icon(window_of_.at(*pid)), size)) return icon;
+    // Themes name most applications' icons after their window class.
+    if (facts->wm_class.empty()) return std::nullopt;
+    AppIcon themed;
+    std::transform(facts->wm_class.begin(), facts->wm_class.end(),
+                   std::back_inserter(themed.theme_name),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return themed;
   }
 
   EventSourceHandle watch_front(std::function<void()> on_change) override {

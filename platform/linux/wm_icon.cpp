@@ -38,7 +38,8 @@ std::optional<AppIcon> pick_wm_icon(std::span<const uint32_t> value, uint32_t si
   return AppIcon{
       best->width,
       best->height,
-      {first, first + static_cast<std::ptrdiff_t>(std::size_t{best->width} * best->height)}};
+      {first, first + static_cast<std::ptrdiff_t>(std::size_t{best->width} * best->height)},
+      {}};
 }
 
 }  // namespace cx::platform
