@@ -123,6 +123,20 @@ class X11Processes final : public Processes {
     return themed;
   }
 
+  OSErr window_title(const ProcessSerialNumber& psn, std::string& title) override {
+    const std::optional<pid_t> pid_or = pid_of(psn);
+    if (!pid_or) return procNotFound;
+    const pid_t pid = *pid_or;
+    // The active window when it is the process's, else the one seen last for it.
+    xcb_window_t window = display_.active_window();
+    if (window == XCB_NONE || display_.window_pids({&window, 1}).front() != pid) {
+      if (!window_facts_of(pid)) return procNotFound;
+      window = window_of_.at(pid);
+    }
+    title = display_.window_name(window);
+    return noErr;
+  }
+
   EventSourceHandle watch_front(std::function<void()> on_change) override {
     return watch_active_window(std::move(on_change));
   }

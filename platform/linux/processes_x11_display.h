@@ -38,6 +38,8 @@ class X11Display {
 
   // `_NET_WM_ICON` as it stands (empty when missing or too large to read).
   std::vector<uint32_t> wm_icon(xcb_window_t window);
+  // `_NET_WM_NAME` (UTF-8), else WM_NAME; empty when neither is set.
+  std::string window_name(xcb_window_t window);
 
   // Asks the window manager to activate `window` (as a pager would).
   bool activate(xcb_window_t window);
