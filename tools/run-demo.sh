@@ -264,7 +264,7 @@ screenshots=${screenshots:-$PWD/$bin/demo}
 mkdir -p "$screenshots"
 "$desk" keys Escape
 for app in Notes Mail; do
-  xterm -class "$app" -title "$app" -geometry 30x6 -e sleep 600 &
+  xterm -class "$app" -title "$app" -geometry 30x6 -e sleep 600 2>/dev/null &
   pids+=($!)
   sleep 1
 done
