@@ -256,14 +256,14 @@ echo "== The control panel asks for the mice, hides the menu extra and saves"
 
 echo
 echo "== Popup menus. The chord button's press in TextEdit above opened the application menu;"
-echo "   the user closes it with Escape. Two terminals open, Notes and Mail. Button 6 pops up the"
+echo "   the user closes it with Escape. Two terminals open, Notes and Xterm. Button 6 pops up the"
 echo "   user's menu at the pointer (Copy, a separator, Paste); the user chooses Copy and the"
-echo "   driver types Cmd+C. Button 7 pops up the application menu, Mail checked (in front); the"
-echo "   user chooses Notes, which comes to the front"
+echo "   driver types Cmd+C. Button 7 pops up the application menu, Xterm checked (in front, with"
+echo "   the icon theme's xterm icon); the user chooses Notes, which comes to the front"
 screenshots=${screenshots:-$PWD/$bin/demo}
 mkdir -p "$screenshots"
 "$desk" keys Escape
-for app in Notes Mail; do
+for app in Notes Xterm; do
   xterm -class "$app" -title "$app" -geometry 30x6 -e sleep 600 2>/dev/null &
   pids+=($!)
   sleep 1
@@ -275,7 +275,7 @@ import -window root "$screenshots/popup-menu.png"
 "$ctl" press 7
 sleep 1
 import -window root "$screenshots/application-menu.png"
-"$desk" keys Down Down Return
+"$desk" keys Down Return
 sleep 0.5
 "$ctl" state | grep -i "^front" || true
 

@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -57,14 +58,19 @@ GObjectPtr<GdkPixbuf> pixbuf_of(const AppIcon& icon) {
       gdk_pixbuf_scale_simple(full.get(), kIconSize, kIconSize, GDK_INTERP_BILINEAR)};
 }
 
-GtkWidget* widget_of(const MenuItem& item) {
+// With `icon_column`, items without an icon keep its room, so texts line up.
+GtkWidget* widget_of(const MenuItem& item, bool icon_column) {
   if (item.separator) return gtk_separator_menu_item_new();
   // Only the checked item draws a check; the menu keeps room for it.
   GtkWidget* widget = item.checked ? gtk_check_menu_item_new() : gtk_menu_item_new();
   if (item.checked) gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(widget), TRUE);
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kIconSpacing);
-  if (const GObjectPtr<GdkPixbuf> pixbuf = item.icon ? pixbuf_of(*item.icon) : nullptr)
-    gtk_box_pack_start(GTK_BOX(box), gtk_image_new_from_pixbuf(pixbuf.get()), FALSE, FALSE, 0);
+  const GObjectPtr<GdkPixbuf> pixbuf = item.icon ? pixbuf_of(*item.icon) : nullptr;
+  if (pixbuf || icon_column) {
+    GtkWidget* image = gtk_image_new_from_pixbuf(pixbuf.get());
+    gtk_widget_set_size_request(image, kIconSize, kIconSize);
+    gtk_box_pack_start(GTK_BOX(box), image, FALSE, FALSE, 0);
+  }
   // Names cut at a byte count may end inside a character.
   const std::unique_ptr<gchar, decltype(&g_free)> text{
       g_utf8_make_valid(item.text.data(), static_cast<gssize>(item.text.size())), &g_free};
@@ -106,8 +112,10 @@ class GtkMenus final : public Menus {
     const std::unique_ptr<GMainLoop, LoopUnref> loop{g_main_loop_new(nullptr, FALSE)};
     Tracking tracking{loop.get()};
     std::vector<ItemChoice> choices(menu.items.size());
+    const bool icon_column = std::any_of(menu.items.begin(), menu.items.end(),
+                                         [](const MenuItem& item) { return item.icon != nullptr; });
     for (std::size_t i = 0; i < menu.items.size(); ++i) {
-      GtkWidget* widget = widget_of(menu.items[i]);
+      GtkWidget* widget = widget_of(menu.items[i], icon_column);
       choices[i] = {&tracking, static_cast<int16_t>(i + 1)};
       g_signal_connect(widget, "activate", G_CALLBACK(+[](GtkMenuItem*, ItemChoice* choice) {
                          choice->tracking->chosen = choice->item;
