@@ -12,6 +12,7 @@ packages=(
   qemu-system-x86 linux-image-amd64 busybox-static cpio udev
   dbus-daemon xvfb shared-mime-info openbox xterm imagemagick
   x11-utils
+  at-spi2-core
 )
 
 missing=()

@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 tools/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev -j "$(nproc)" --target corvex-background corvex-driverd \
-  corvex-driverctl corvexctl corvex-desktopctl cx_resources cx-desktop-standins
+  corvex-driverctl corvexctl corvex-desktopctl cx_resources cx-desktop-standins cx_gtk_peer
 
 bin=build/dev
 work=$(mktemp -d)
@@ -19,6 +19,9 @@ export CORVEX_IOKIT_DIR=$work/iokit CORVEX_SHARED_DIR=$work/shared
 export XDG_CONFIG_HOME=$work/config CORVEX_MACHINE_ID=demo
 export CORVEX_BUNDLE="$PWD/$bin/bundle/Corvex Background"
 mkdir -p "$CORVEX_SHARED_DIR" "$XDG_CONFIG_HOME/corvex/Preferences/ByHost"
+# The accessibility bus a GTK window starts keeps its socket here, away from other sessions'.
+export XDG_RUNTIME_DIR=$work/runtime
+mkdir -m 700 "$XDG_RUNTIME_DIR"
 pids=()
 trap 'kill "${pids[@]}" 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
 
@@ -280,6 +283,46 @@ sleep 0.5
 "$ctl" state | grep -i "^front" || true
 
 echo
+echo "== Capturing the browser's page. A stand-in browser shows \"Corvex Trackball Guide\" with its"
+echo "   address in a text field and describes itself on the accessibility bus. The capture (the"
+echo "   driver's event 3 for button 2) takes the page's title from the window and its address"
+echo "   from the accessibility tree: a notice names the page (a screenshot is saved) until the"
+echo "   user's next press, and button 2's menu in the driver and the saved file hold the page"
+until_true() {  # COMMAND...
+  for _ in $(seq 100); do
+    "$@" >/dev/null 2>&1 && return
+    sleep 0.05
+  done
+  echo "timed out waiting for: $*" >&2
+  exit 1
+}
+a11y_bus() {
+  gdbus call --session -d org.freedesktop.DBus -o /org/freedesktop/DBus \
+    -m org.freedesktop.DBus.NameHasOwner org.a11y.Bus | grep -q true
+}
+if ! a11y_bus; then
+  /usr/libexec/at-spi-bus-launcher --launch-immediately >"$work/a11y.log" 2>&1 &
+  pids+=($!)
+  until_true a11y_bus
+fi
+"$bin/tests/platform/cx_gtk_peer" browser "Corvex Trackball Guide — Mozilla Firefox" \
+  https://www.example.org/corvex/guide 2>/dev/null &
+browser=$!
+pids+=($browser)
+until_true sh -c "'$ctl' state | grep -qi 'front application: cx_gtk_peer'"
+"$ctl" event 3 0013 >/dev/null
+until_true sh -c "xwininfo -root -tree | grep -q '\"Corvex Background\"'"
+sleep 0.3  # the notice's first drawing
+import -window root "$screenshots/capture-notice.png"
+"$ctl" press 9 >/dev/null
+wait_for "$prefs" "example.org/corvex/guide"
+echo "The driver's menu entry for button 2:"
+"$ctl" state | grep -i "guide"
+echo "The saved preference file:"
+grep -B2 -A2 "example.org/corvex/guide" "$prefs"
+kill "$browser"
+
+echo
 echo "== Under a window manager an xterm comes to the front; the chord button pastes into it"
 echo "   (the agent owns the clipboard and types Ctrl+V: \"Kind regards,\" appears after the"
 echo "   xterm's prompt, and stays on the clipboard; a screenshot of it is saved)"
@@ -397,3 +440,4 @@ echo
 echo "== Screenshots"
 echo "Pasted text: $paste_shot"
 echo "Popup menus: $screenshots/popup-menu.png $screenshots/application-menu.png"
+echo "Capture notice: $screenshots/capture-notice.png"

@@ -1,7 +1,9 @@
 // A GTK client for the paste tests. "field FILE": a window with one text
 // field whose text is written to FILE on each change. "read TARGET": prints
 // the clipboard converted to TARGET as "TYPE:DATA" (a target list as names
-// each followed by a space); fails when the owner refuses.
+// each followed by a space); fails when the owner refuses. "browser TITLE
+// ADDRESS": a window titled TITLE whose one text field holds ADDRESS, as a
+// browser describes its page to assistive technology.
 #include <gtk/gtk.h>
 
 #include <fstream>
@@ -44,12 +46,19 @@ void write_text(GtkEditable* field, gpointer path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3 || !cx::platform::gtk_ready()) return 2;
+  const bool browser = argc == 4 && std::string(argv[1]) == "browser";
+  if ((argc != 3 && !browser) || !cx::platform::gtk_ready()) return 2;
   if (std::string(argv[1]) == "read") return read(argv[2]);
   GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   GtkWidget* entry = gtk_entry_new();
   gtk_container_add(GTK_CONTAINER(window), entry);
-  g_signal_connect(entry, "changed", G_CALLBACK(write_text), argv[2]);
+  if (browser) {
+    gtk_window_set_title(GTK_WINDOW(window), argv[2]);
+    gtk_entry_set_text(GTK_ENTRY(entry), argv[3]);
+    gtk_window_set_default_size(GTK_WINDOW(window), 420, -1);
+  } else {
+    g_signal_connect(entry, "changed", G_CALLBACK(write_text), argv[2]);
+  }
   gtk_widget_show_all(window);
   gtk_main();
 }
