@@ -12,8 +12,8 @@
 
 #include "driver/actlist_requests.h"
 #include "driver/app_requests.h"
-#include "driver/device_descriptor.h"
 #include "driver/data_requests.h"
+#include "driver/device_descriptor.h"
 #include "driver/device_requests.h"
 #include "driver/device_table.h"
 #include "driver/driver_call.h"

@@ -197,8 +197,8 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
 // itself stays as it was. The last file's valid level stays in the driver.
 TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
   std::vector<std::filesystem::path> files;
-  for (const auto& entry :
-       std::filesystem::directory_iterator(std::string(std::getenv("CX_TEST_DATA")) + "/bad_values"))
+  for (const auto& entry : std::filesystem::directory_iterator(
+           std::string(std::getenv("CX_TEST_DATA")) + "/bad_values"))
     files.push_back(entry.path());
   std::sort(files.begin(), files.end());
   ASSERT_EQ(files.size(), 11u);

@@ -33,7 +33,6 @@ class FakeEventLoop final : public platform::EventLoop {
     state_->now = end;
   }
 
-
   // Jumps from deadline to deadline until quit(); returns early when no
   // timer is left, since nothing else could wake a fake loop.
   void run() override {

@@ -55,7 +55,8 @@ class LoginItemsTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  ScopedEnv bundle_{"CORVEX_BUNDLE", CX_AGENT_BUNDLE}, config_{"XDG_CONFIG_HOME", dir_.file("config")},
+  ScopedEnv bundle_{"CORVEX_BUNDLE", CX_AGENT_BUNDLE},
+      config_{"XDG_CONFIG_HOME", dir_.file("config")},
       local_{"CORVEX_LOCAL_PREFERENCES", dir_.file("local")};
 };
 
