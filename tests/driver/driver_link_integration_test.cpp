@@ -122,31 +122,6 @@ TEST_F(ReferenceDriverTest, TwoAgentsShareOneDriver) {
   EXPECT_EQ(InControlPanel(0), 1);
 }
 
-TEST_F(ReferenceDriverTest, TheDaemonGoingAwayMidRun) {
-  mouse_version_info info;
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  driver_.stop();
-  CaptureStderr();
-  EXPECT_EQ(GetActionListSize(0, 1), 0);
-  uint32_t len = 0;
-  int16_t status = 0;
-  EXPECT_EQ(MakeSimpleTransferRequest(6, nullptr, 0, &len, &status), nullptr);
-  EXPECT_EQ(status, -50);
-  EXPECT_EQ(AllocateSpace(4, -1), -100);
-  EXPECT_EQ(GetCapturedStderr().rfind(
-                "Corvex - Driver comm failed with error 0xe00002c0 and output=0\n", 0),
-            0u);
-  // The link stays up until the agent closes it; it never reconnects by itself.
-  EXPECT_TRUE(driver_connected);
-  CaptureStderr();
-  DisconnectFromDriver();
-  GetCapturedStderr();
-  EXPECT_FALSE(driver_connected || in_shmem || out_shmem);
-  ASSERT_TRUE(driver_.start()) << driver_.error();
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  EXPECT_EQ(info.bytes[4], 1);
-}
-
 // The device table upload, with three ADBID32 mice for the firmware call.
 class DeviceUploadTest : public ReferenceDriverTest {
  protected:
