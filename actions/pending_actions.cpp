@@ -8,9 +8,6 @@ namespace cx {
 void get_cur_URL(const uint8_t*, uint32_t) {
   diag_note_unavailable("get_cur_URL");
 }
-void paste_text(const uint8_t*, uint32_t) {
-  diag_note_unavailable("paste_text");
-}
 void popup_tasklist() {
   diag_note_unavailable("popup_tasklist");
 }

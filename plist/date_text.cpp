@@ -55,22 +55,31 @@ std::optional<std::string> date_text(double t) {
   return text;
 }
 
-std::vector<uint8_t> pad_date_years(std::span<const uint8_t> xml) {
-  constexpr std::string_view kOpen = "<date>";
-  const std::string_view doc(reinterpret_cast<const char*>(xml.data()), xml.size());
-  std::vector<uint8_t> out;
-  out.reserve(xml.size());
-  size_t from = 0;
-  for (size_t at = doc.find(kOpen); at != std::string_view::npos; at = doc.find(kOpen, from)) {
-    const size_t year_at = at + kOpen.size();
-    out.insert(out.end(), xml.begin() + from, xml.begin() + year_at);
-    const size_t dash = doc.find('-', year_at);
-    if (dash != std::string_view::npos && dash - year_at < 4)
-      out.insert(out.end(), 4 - (dash - year_at), '0');
-    from = year_at;
+std::optional<double> date_from_text(std::string_view text) {
+  while (!text.empty() && std::string_view(" \t\r\n").find(text.front()) != std::string_view::npos)
+    text.remove_prefix(1);
+  while (!text.empty() && std::string_view(" \t\r\n").find(text.back()) != std::string_view::npos)
+    text.remove_suffix(1);
+  constexpr std::string_view kShape = "dddd-dd-ddTdd:dd:ddZ";
+  if (text.size() != kShape.size()) return std::nullopt;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    if (kShape[i] == 'd' ? !digit : text[i] != kShape[i]) return std::nullopt;
   }
-  out.insert(out.end(), xml.begin() + from, xml.end());
-  return out;
+  const auto num = [&](size_t at, size_t len) {
+    int v = 0;
+    for (size_t i = at; i < at + len; ++i) v = v * 10 + (text[i] - '0');
+    return v;
+  };
+  const int year = num(0, 4), month = num(5, 2), day = num(8, 2);
+  const int hour = num(11, 2), minute = num(14, 2), second = num(17, 2);
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  if (month < 1 || month > 12) return std::nullopt;
+  const int month_days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+  if (day < 1 || day > month_days || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  const int64_t days = days_from_civil(year, month, day) - days_from_civil(2001, 1, 1);
+  return static_cast<double>(days * kSecondsPerDay + hour * 3600 + minute * 60 + second);
 }
 
 }  // namespace cx::plist

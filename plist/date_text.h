@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cx::plist {
@@ -15,8 +16,8 @@ namespace cx::plist {
 // when the year falls outside 0000-9999.
 std::optional<std::string> date_text(double t);
 
-// libplist 2.2 writes years below 1000 without their leading zeros, which no
-// reader accepts; pads every <date> of an XML document it wrote to 4 digits.
-std::vector<uint8_t> pad_date_years(std::span<const uint8_t> xml);
+// The time of XML date text (surrounding white space allowed), any year;
+// nothing when the text is no valid date.
+std::optional<double> date_from_text(std::string_view text);
 
 }  // namespace cx::plist

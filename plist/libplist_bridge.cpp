@@ -138,104 +138,6 @@ ValueRef convert(plist_t node, int depth, std::string& error) {
   return nullptr;
 }
 
-// A 16-byte integer node: plist_new_uint makes an 8-byte one, which both
-// writers treat as signed. Parsing the literal is libplist's only public way.
-LibplistNode wide_integer(uint64_t v) {
-  const std::string xml = "<plist><integer>" + std::to_string(v) + "</integer></plist>";
-  plist_t node = nullptr;
-  plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
-  return LibplistNode(node);
-}
-
-class Builder {
- public:
-  explicit Builder(std::string& error) : error_(error) {}
-
-  LibplistNode build(const Value& v, int depth) {
-    switch (v.type()) {
-      case Type::Dictionary:
-        return dictionary(*as<Dictionary>(&v), depth);
-      case Type::Array:
-        return array(*as<Array>(&v), depth);
-      case Type::String: {
-        const std::string& text = as<String>(&v)->text();
-        if (!text_ok(text, "string")) return nullptr;
-        return LibplistNode(plist_new_string(text.c_str()));
-      }
-      case Type::Number:
-        return number(*as<Number>(&v));
-      case Type::Boolean:
-        return LibplistNode(plist_new_bool(as<Boolean>(&v)->value() ? 1 : 0));
-      case Type::Data: {
-        const auto& bytes = as<Data>(&v)->bytes();
-        static const char kNone = 0;
-        const char* p = bytes.empty() ? &kNone : reinterpret_cast<const char*>(bytes.data());
-        return LibplistNode(plist_new_data(p, bytes.size()));
-      }
-      case Type::Date:
-        return date(as<Date>(&v)->absolute_time());
-    }
-    return fail("unsupported value type");
-  }
-
- private:
-  LibplistNode fail(std::string what) {
-    error_ = std::move(what);
-    return nullptr;
-  }
-
-  bool text_ok(const std::string& text, const char* what) {
-    const std::string defect = text_defect(text, true);
-    if (defect.empty()) return true;
-    error_ = std::string(what) + " cannot be written: " + defect;
-    return false;
-  }
-
-  LibplistNode dictionary(const Dictionary& d, int depth) {
-    if (depth >= kMaxDepth) return fail(too_deep());
-    LibplistNode node(plist_new_dict());
-    for (const auto& [key, value] : d.entries()) {
-      if (!text_ok(key, "key")) return nullptr;
-      if (!value) return fail("key \"" + key + "\" has no value");
-      LibplistNode child = build(*value, depth + 1);
-      if (!child) return nullptr;
-      plist_dict_set_item(node.get(), key.c_str(), child.release());
-    }
-    return node;
-  }
-
-  LibplistNode array(const Array& a, int depth) {
-    if (depth >= kMaxDepth) return fail(too_deep());
-    LibplistNode node(plist_new_array());
-    for (const auto& item : a.items()) {
-      if (!item) return fail("array item has no value");
-      LibplistNode child = build(*item, depth + 1);
-      if (!child) return nullptr;
-      plist_array_append_item(node.get(), child.release());
-    }
-    return node;
-  }
-
-  static LibplistNode number(const Number& n) {
-    if (n.is_float()) return LibplistNode(plist_new_real(n.real_value()));
-    const auto bits = static_cast<uint64_t>(n.int_value());
-    return n.is_unsigned() ? wide_integer(bits) : LibplistNode(plist_new_uint(bits));
-  }
-
-  // Files keep whole seconds. libplist's date interface is 32-bit seconds,
-  // so other years go in as XML text, libplist's only public way.
-  LibplistNode date(double t) {
-    const std::optional<std::string> text = date_text(t);
-    if (!text) return fail("date out of range (years 0000-9999)");
-    const std::string xml = "<plist><date>" + *text + "</date></plist>";
-    plist_t node = nullptr;
-    plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
-    return LibplistNode(node);
-  }
-
-  std::string& error_;
-};
-
 }  // namespace
 
 ValueRef from_libplist(plist_t node, std::string& error) {
@@ -244,10 +146,6 @@ ValueRef from_libplist(plist_t node, std::string& error) {
     return nullptr;
   }
   return convert(node, 0, error);
-}
-
-LibplistNode to_libplist(const Value& value, std::string& error) {
-  return Builder(error).build(value, 0);
 }
 
 }  // namespace cx::plist

@@ -10,10 +10,10 @@
 
 #include "plist/binary_check.h"
 #include "plist/binary_write.h"
-#include "plist/date_text.h"
 #include "plist/libplist_bridge.h"
 #include "plist/limits.h"
-#include "plist/xml_scan.h"
+#include "plist/xml_read.h"
+#include "plist/xml_write.h"
 
 namespace cx::plist {
 
@@ -56,32 +56,31 @@ ReadResult read_plist(std::span<const uint8_t> bytes) {
     return failed(format, "document too large");
   const auto* text = reinterpret_cast<const char*>(bytes.data());
 
-  plist_t root = nullptr;
-  if (binary) {
-    if (auto defect = check_binary_plist(bytes))
-      return failed(format, at_offset(defect->offset) + defect->what);
-    plist_from_bin(text, static_cast<uint32_t>(bytes.size()), &root);
-  } else {
+  if (!binary) {
     // A byte-order mark is no character of the document; lines and columns
     // count from after it.
     constexpr std::string_view kUtf8Bom = "\xEF\xBB\xBF";
-    if (std::string_view(text, bytes.size()).starts_with(kUtf8Bom)) {
-      text += kUtf8Bom.size();
-      bytes = bytes.subspan(kUtf8Bom.size());
-    }
-    if (auto defect = scan_xml_plist(std::string_view(text, bytes.size())))
-      return failed(format, at_line(defect->line, defect->column) + defect->what);
-    plist_from_xml(text, static_cast<uint32_t>(bytes.size()), &root);
+    std::string_view doc(text, bytes.size());
+    if (doc.starts_with(kUtf8Bom)) doc.remove_prefix(kUtf8Bom.size());
+    XmlRead read = read_xml_plist(doc);
+    if (read.defect)
+      return failed(format, at_line(read.defect->line, read.defect->column) + read.defect->what);
+    ReadResult r;
+    r.format = format;
+    r.value = std::move(read.value);
+    return r;
   }
+  if (auto defect = check_binary_plist(bytes))
+    return failed(format, at_offset(defect->offset) + defect->what);
+  plist_t root = nullptr;
+  plist_from_bin(text, static_cast<uint32_t>(bytes.size()), &root);
   const LibplistNode owned(root);
-  const std::string where = binary ? at_offset(0) : at_line(1, 1);
-  if (!root) return failed(format, where + "libplist could not read the document");
-
+  if (!root) return failed(format, at_offset(0) + "libplist could not read the document");
   ReadResult r;
   r.format = format;
   std::string error;
   r.value = from_libplist(root, error);
-  if (!r.value) r.error = where + error;
+  if (!r.value) r.error = at_offset(0) + error;
   return r;
 }
 
@@ -111,17 +110,7 @@ WriteResult write_plist(const Value& value, Format format) {
     if (!write_binary_plist(value, r.bytes, r.error)) r.bytes.clear();
     return r;
   }
-  const LibplistNode node = to_libplist(value, r.error);
-  if (!node) return r;
-  char* out = nullptr;
-  uint32_t length = 0;
-  plist_to_xml(node.get(), &out, &length);
-  if (!out) {
-    r.error = "libplist could not write the value";
-    return r;
-  }
-  r.bytes = pad_date_years({reinterpret_cast<const uint8_t*>(out), length});
-  plist_to_xml_free(out);
+  if (!write_xml_plist(value, r.bytes, r.error)) r.bytes.clear();
   return r;
 }
 

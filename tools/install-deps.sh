@@ -10,6 +10,7 @@ packages=(
   libxcb1-dev libxcb-ewmh-dev libxcb-xtest0-dev libgtk-3-dev gettext
   libevdev-dev libudev-dev
   dbus-daemon xvfb shared-mime-info openbox xterm imagemagick
+  x11-utils
 )
 
 missing=()

@@ -184,6 +184,34 @@ echo "== The control panel asks for the mice, hides the menu extra and saves"
 "$cp" save
 
 echo
+echo "== Under a window manager an xterm comes to the front; the chord button pastes into it"
+echo "   (the agent owns the clipboard and types Ctrl+V: \"Kind regards,\" appears after the"
+echo "   xterm's prompt, and stays on the clipboard; a screenshot of it is saved)"
+openbox --sm-disable >/dev/null 2>&1 &
+paste_wm=$!
+pids+=($paste_wm)
+for _ in $(seq 100); do
+  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id" && break
+  sleep 0.05
+done
+xterm -title Corvex -geometry 48x6+40+40 -xrm 'XTerm*VT100.translations: #override Ctrl<Key>v: insert-selection(CLIPBOARD)' \
+  -e sh -c "stty -icanon; printf 'Pasted here: '; cat >'$work/pasted.txt'" 2>/dev/null &
+paste_term=$!
+pids+=($paste_term)
+for _ in $(seq 100); do
+  "$ctl" state | grep -q "front application: XTerm" && break
+  sleep 0.05
+done
+"$ctl" press 4
+wait_for "$work/pasted.txt" "Kind regards,"
+echo "The xterm received: $(cat "$work/pasted.txt")"
+sleep 0.3  # the echo on the xterm's screen
+paste_shot=$PWD/$bin/demo/pasted-text.png
+mkdir -p "$(dirname "$paste_shot")"
+import -window root "$paste_shot"
+kill "$paste_term" "$paste_wm"
+
+echo
 echo "== The control panel quits the agent"
 "$cp" quit
 wait "$agent" && echo "corvex-background exited with status 0"
@@ -204,3 +232,5 @@ echo "== The driver's view"
 echo
 echo "== The driver's log"
 cat "$work/driverd.log"
+echo
+echo "Screenshot of the pasted text: $paste_shot"

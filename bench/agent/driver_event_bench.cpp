@@ -5,9 +5,6 @@
 // here stops the clock. The control-socket hop is inside the figure, so it
 // is an upper bound of notification-to-handler.
 #include <benchmark/benchmark.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -19,6 +16,7 @@
 
 #include "agent/agent_state.h"
 #include "agent/lifecycle.h"
+#include "bench/support/driver_control.h"
 #include "driver/driver_connection.h"
 #include "platform/event_loop.h"
 #include "platform/linux/user_client_socket.h"
@@ -42,44 +40,8 @@ platform::OSErr on_chord(const platform::AppleEvent&, platform::AppleEvent&, int
   return platform::noErr;
 }
 
-class ControlSocket {
- public:
-  explicit ControlSocket(const std::string& path) {
-    fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-      close(fd_);
-      fd_ = -1;
-    }
-  }
-  ~ControlSocket() {
-    if (fd_ >= 0) close(fd_);
-  }
-  bool ok() const { return fd_ >= 0; }
-  bool send(const std::string& line) {
-    return write(fd_, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  }
-  // Reads up to the command's closing line; true when that is "ok".
-  bool finish() {
-    std::string answer;
-    char c;
-    while (read(fd_, &c, 1) == 1) {
-      answer += c;
-      if (c != '\n') continue;
-      if (answer.ends_with("ok\n")) return true;
-      if (answer.find("error") != std::string::npos) return false;
-    }
-    return false;
-  }
-
- private:
-  int fd_ = -1;
-};
-
 // One round with a time limit, so that a broken set-up cannot hang the run.
-bool warm_up(ControlSocket& control, const std::string& command) {
+bool warm_up(cx::test::DriverControl& control, const std::string& command) {
   handled_at = {};
   const auto limit = platform::event_loop().add_one_shot(std::chrono::seconds(2),
                                                          [] { platform::event_loop().quit(); });
@@ -110,7 +72,7 @@ void run_events(benchmark::State& state, const std::string& command) {
     processes.list.push_back({{0, kPanelPid}, platform::fourcc("VCXT"), "Control Panel"});
     platform::set_processes(&processes);
 
-    ControlSocket control(dir + "/corvex-driverctl.sock");
+    cx::test::DriverControl control(dir + "/corvex-driverctl.sock");
     background_app_active = 1;
     if (!ConnectToDriver() || register_event_notifications() != 0 || !control.ok()) {
       state.SkipWithError("no driver link");

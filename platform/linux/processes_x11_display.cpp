@@ -4,13 +4,12 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/linux/x11_connection.h"
+
 namespace cx::platform {
 namespace {
 
-struct FreeDeleter {
-  void operator()(void* p) const { std::free(p); }
-};
-using PropertyReply = std::unique_ptr<xcb_get_property_reply_t, FreeDeleter>;
+using PropertyReply = XcbReply<xcb_get_property_reply_t>;
 
 // WM_CLASS is "instance\0class\0"; names longer than this are cut later anyway.
 constexpr uint32_t kWmClassLongs = 1024;

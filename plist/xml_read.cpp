@@ -1,8 +1,11 @@
-#include "plist/xml_scan.h"
+#include "plist/xml_read.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
+#include "plist/date_text.h"
 #include "plist/limits.h"
 #include "plist/text.h"
 
@@ -82,29 +85,44 @@ std::string_view trim(std::string_view s) {
   return s;
 }
 
-// Empty when the text is an integer libplist reads as written: decimal
-// without leading zeros (libplist would read them as octal) or 0x hex,
-// between -2^63 and 2^64-1.
-std::string integer_defect(std::string_view text) {
+// An integer as written: decimal without leading zeros (libplist read them
+// as octal) or 0x hex, between -2^63 and 2^64-1. Values above INT64_MAX are
+// unsigned; the others fit the smallest of SInt32 and SInt64.
+ValueRef integer_value(std::string_view text, std::string& defect) {
   std::string_view s = trim(text);
-  if (s.empty()) return "empty <integer>";
+  if (s.empty()) {
+    defect = "empty <integer>";
+    return nullptr;
+  }
   const bool negative = s.front() == '-';
   if (s.front() == '-' || s.front() == '+') s.remove_prefix(1);
   const bool hex = s.size() > 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
   if (hex) s.remove_prefix(2);
-  if (s.empty()) return "bad integer text";
-  if (!hex && s.size() > 1 && s[0] == '0') return "integer with a leading zero";
+  defect = "bad integer text";
+  if (s.empty()) return nullptr;
+  if (!hex && s.size() > 1 && s[0] == '0') {
+    defect = "integer with a leading zero";
+    return nullptr;
+  }
   const uint64_t base = hex ? 16 : 10;
   uint64_t magnitude = 0;
   bool overflow = false;
   for (char c : s) {
     const int d = hex ? hex_digit(c) : (is_digit(c) ? c - '0' : -1);
-    if (d < 0) return "bad integer text";
+    if (d < 0) return nullptr;
     if (magnitude > (UINT64_MAX - static_cast<uint64_t>(d)) / base) overflow = true;
     magnitude = magnitude * base + static_cast<uint64_t>(d);
   }
-  if (overflow || (negative && magnitude > uint64_t{1} << 63)) return "integer out of range";
-  return {};
+  if (overflow || (negative && magnitude > uint64_t{1} << 63)) {
+    defect = "integer out of range";
+    return nullptr;
+  }
+  defect.clear();
+  if (!negative && magnitude > uint64_t{INT64_MAX}) return make_uint64(magnitude);
+  const int64_t v =
+      negative ? static_cast<int64_t>(0 - magnitude) : static_cast<int64_t>(magnitude);
+  const bool fits32 = v >= INT32_MIN && v <= INT32_MAX;
+  return make_number(fits32 ? NumberType::SInt32 : NumberType::SInt64, v);
 }
 
 bool iequals(std::string_view a, std::string_view b) {
@@ -139,60 +157,78 @@ bool is_real_text(std::string_view text) {
   return i == s.size();
 }
 
-// YYYY-MM-DDTHH:MM:SSZ, any year.
-std::string date_defect(std::string_view text) {
-  const std::string_view s = trim(text);
-  constexpr std::string_view kShape = "dddd-dd-ddTdd:dd:ddZ";
-  if (s.size() != kShape.size()) return "bad date text";
-  for (size_t i = 0; i < s.size(); ++i)
-    if (kShape[i] == 'd' ? !is_digit(s[i]) : s[i] != kShape[i]) return "bad date text";
-  const auto num = [&](size_t at, size_t len) {
-    int v = 0;
-    for (size_t i = at; i < at + len; ++i) v = v * 10 + (s[i] - '0');
-    return v;
-  };
-  const int year = num(0, 4), month = num(5, 2), day = num(8, 2);
-  const int hour = num(11, 2), minute = num(14, 2), second = num(17, 2);
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  if (month < 1 || month > 12) return "bad date text";
-  const int month_days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
-  if (day < 1 || day > month_days || hour > 23 || minute > 59 || second > 59)
-    return "bad date text";
-  return {};
+ValueRef real_value(std::string_view text) {
+  if (!is_real_text(text)) return nullptr;
+  std::string_view s = trim(text);
+  if (s.front() == '+') s.remove_prefix(1);
+  double d = 0;
+  const auto [end, error] = std::from_chars(s.data(), s.data() + s.size(), d);
+  // Out of range: strtod's answer, the infinity or zero of that sign.
+  if (error == std::errc::result_out_of_range) {
+    const bool tiny =
+        s.find_first_of("eE") != std::string_view::npos && s[s.find_first_of("eE") + 1] == '-';
+    d = tiny ? 0.0 : HUGE_VAL;
+    if (s.front() == '-') d = -d;
+  }
+  return make_real(NumberType::Float64, d);
 }
 
-bool is_base64_char(char c) {
-  return is_alpha(c) || is_digit(c) || c == '+' || c == '/';
+int base64_digit(char c) {
+  if (c >= 'A' && c <= 'Z') return c - 'A';
+  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
+  if (is_digit(c)) return c - '0' + 52;
+  if (c == '+') return 62;
+  if (c == '/') return 63;
+  return -1;
 }
 
-bool is_base64_text(std::string_view text) {
+// Base64 with white space anywhere and at most two '=' of padding.
+ValueRef data_value(std::string_view text) {
   std::string packed;
+  packed.reserve(text.size());
   for (char c : text)
     if (!is_space(c)) packed += c;
-  if (packed.size() % 4 != 0) return false;
+  if (packed.size() % 4 != 0) return nullptr;
   size_t padding = 0;
   while (padding < 2 && padding < packed.size() && packed[packed.size() - 1 - padding] == '=')
     ++padding;
-  for (size_t i = 0; i + padding < packed.size(); ++i)
-    if (!is_base64_char(packed[i])) return false;
-  return true;
+  std::vector<uint8_t> bytes;
+  bytes.reserve(packed.size() / 4 * 3);
+  uint32_t bits = 0;
+  int held = 0;
+  for (size_t i = 0; i + padding < packed.size(); ++i) {
+    const int d = base64_digit(packed[i]);
+    if (d < 0) return nullptr;
+    bits = bits << 6 | static_cast<uint32_t>(d);
+    held += 6;
+    if (held >= 8) {
+      held -= 8;
+      bytes.push_back(static_cast<uint8_t>(bits >> held));
+    }
+  }
+  return make_data(std::move(bytes));
 }
 
 class Scanner {
  public:
   explicit Scanner(std::string_view doc) : doc_(doc) {}
 
-  std::optional<XmlDefect> run() {
-    if (check_characters() && skip_prolog() && scan_body() && skip_epilog()) return std::nullopt;
-    return locate(failure_at_, failure_);
+  XmlRead run() {
+    XmlRead r;
+    if (check_characters() && skip_prolog() && scan_body() && skip_epilog())
+      r.value = std::move(root_);
+    else
+      r.defect = locate(failure_at_, failure_);
+    return r;
   }
 
  private:
   struct Frame {
-    Elem kind;
-    size_t open_at;
+    Elem kind = Elem::Plist;
+    size_t open_at = 0;
     size_t items = 0;
+    std::vector<Dictionary::Entry> entries;  // a dictionary's, made at its end
+    std::shared_ptr<Array> array;
   };
   struct StartTag {
     std::string_view name;
@@ -238,6 +274,11 @@ class Scanner {
   // its XML writer silently drops what XML cannot carry.
   bool check_characters() {
     for (size_t i = 0; i < doc_.size();) {
+      const auto byte = static_cast<uint8_t>(doc_[i]);
+      if ((byte >= 0x20 && byte < 0x80) || byte == '\n' || byte == '\t' || byte == '\r') {
+        ++i;
+        continue;
+      }
       uint32_t c = 0;
       const size_t len = decode_utf8(doc_, i, c);
       if (len == 0) return fail(i, "invalid UTF-8");
@@ -394,35 +435,61 @@ class Scanner {
       } else if (c == '<' || c == '&') {
         return fail(pos_, "markup inside " + tag(name));
       } else {
-        text += c;
-        ++pos_;
+        size_t end = pos_ + 1;
+        while (end < doc_.size() && doc_[end] != '<' && doc_[end] != '&') ++end;
+        text.append(doc_.substr(pos_, end - pos_));
+        pos_ = end;
       }
     }
   }
 
-  bool check_scalar(Elem kind, const std::string& text, size_t at) {
+  // The value of a scalar element's text; null with the defect recorded.
+  ValueRef scalar_value(Elem kind, std::string& text, size_t at) {
+    ValueRef v;
     std::string defect;
     switch (kind) {
+      case Elem::String:
+        return make_string(std::move(text));
       case Elem::Integer:
-        defect = integer_defect(text);
+        v = integer_value(text, defect);
         break;
       case Elem::Real:
-        if (!is_real_text(text)) defect = "bad real text";
+        v = real_value(text);
+        defect = "bad real text";
         break;
       case Elem::Date:
-        defect = date_defect(text);
+        if (const auto t = date_from_text(text)) v = make_date(*t);
+        defect = "bad date text";
         break;
       case Elem::Data:
-        if (!is_base64_text(text)) defect = "bad base64 data";
+        v = data_value(text);
+        defect = "bad base64 data";
         break;
       case Elem::True:
       case Elem::False:
-        if (!trim(text).empty()) defect = "text inside " + tag(name_of(kind));
+        if (trim(text).empty()) v = make_bool(kind == Elem::True);
+        defect = "text inside " + tag(name_of(kind));
         break;
       default:
         break;
     }
-    return defect.empty() || fail(at, defect);
+    if (!v) fail(at, defect);
+    return v;
+  }
+
+  // Hands a finished value to the element that holds it.
+  void attach(Frame& holder, ValueRef v) {
+    if (holder.kind == Elem::Array)
+      holder.array->append(std::move(v));
+    else if (holder.kind == Elem::Dict)
+      holder.entries.back().second = std::move(v);
+    else
+      root_ = std::move(v);
+  }
+
+  static ValueRef finish(Frame& frame) {
+    if (frame.kind == Elem::Array) return std::move(frame.array);
+    return std::make_shared<Dictionary>(std::move(frame.entries));
   }
 
   bool scan_body() {
@@ -434,7 +501,9 @@ class Scanner {
     if (!parse_start_tag(start)) return false;
     if (start.name != "plist") return fail(plist_at, "expected <plist>, found " + tag(start.name));
     if (start.empty) return fail(plist_at, "empty property list");
-    std::vector<Frame> stack{{Elem::Plist, plist_at}};
+    std::vector<Frame> stack(1);
+    stack.back().kind = Elem::Plist;
+    stack.back().open_at = plist_at;
     while (!stack.empty()) {
       skip_space();
       Frame& top = stack.back();
@@ -454,7 +523,13 @@ class Scanner {
           return fail(at, "</" + std::string(name) + "> does not close " + tag(name_of(top.kind)));
         if (top.kind == Elem::Dict && top.items % 2 != 0) return fail(at, "<key> without a value");
         if (top.kind == Elem::Plist && top.items == 0) return fail(at, "empty property list");
-        stack.pop_back();
+        if (top.kind != Elem::Plist) {
+          ValueRef done = finish(top);
+          stack.pop_back();
+          attach(stack.back(), std::move(done));
+        } else {
+          stack.pop_back();
+        }
         continue;
       }
       if (doc_[pos_] != '<') return fail(at, "text inside " + tag(name_of(top.kind)));
@@ -477,13 +552,27 @@ class Scanner {
         // The <plist> frame is not a nesting level; empty containers are.
         if (static_cast<int>(stack.size()) > kMaxDepth)
           return fail(at, "nesting deeper than " + std::to_string(kMaxDepth) + " levels");
-        if (!start.empty) stack.push_back({kind, at});
+        if (start.empty) {
+          attach(top, kind == Elem::Dict ? ValueRef(make_dictionary()) : ValueRef(make_array()));
+        } else {
+          Frame frame;
+          frame.kind = kind;
+          frame.open_at = at;
+          if (kind == Elem::Array) frame.array = std::make_shared<Array>();
+          stack.push_back(std::move(frame));
+        }
         continue;
       }
       std::string text;
       const bool markup = kind == Elem::String || kind == Elem::Key;
       if (!start.empty && !read_content(start.name, at, markup, text)) return false;
-      if (!check_scalar(kind, text, at)) return false;
+      if (kind == Elem::Key) {
+        top.entries.emplace_back(std::move(text), nullptr);
+        continue;
+      }
+      ValueRef v = scalar_value(kind, text, at);
+      if (!v) return false;
+      attach(top, std::move(v));
     }
     return true;
   }
@@ -492,11 +581,12 @@ class Scanner {
   size_t pos_ = 0;
   size_t failure_at_ = 0;
   std::string failure_;
+  ValueRef root_;
 };
 
 }  // namespace
 
-std::optional<XmlDefect> scan_xml_plist(std::string_view doc) {
+XmlRead read_xml_plist(std::string_view doc) {
   return Scanner(doc).run();
 }
 
