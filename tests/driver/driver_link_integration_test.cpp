@@ -12,17 +12,14 @@
 
 #include "driver/actlist_requests.h"
 #include "driver/app_requests.h"
-#include "driver/data_requests.h"
 #include "driver/device_descriptor.h"
 #include "driver/device_requests.h"
 #include "driver/device_table.h"
-#include "driver/driver_call.h"
 #include "driver/driver_connection.h"
 #include "driver/response_requests.h"
 #include "driver/transfer_request.h"
 #include "model/act_item_chain.h"
 #include "model/builtin_actlists.h"
-#include "model/flattened_data.h"
 #include "model/response_block.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/agent_link.h"
@@ -87,14 +84,6 @@ TEST_F(ReferenceDriverTest, LargeRequestsAndRepliesGrowBothBuffers) {
   EXPECT_EQ(status, 200);
   EXPECT_GT(len, 0x30000u);
   EXPECT_EQ(out_shmem->size, 0x40000u);
-  // The flattened path never grows: a record one byte over is refused.
-  CXFlattenedData over;
-  std::vector<uint8_t> filler(0x40000 - 3);
-  over.write(filler.data(), filler.size());
-  CaptureStderr();
-  CallToDriver(&over);
-  EXPECT_EQ(GetCapturedStderr(), "Driver communication larger than 64K\n");
-  EXPECT_EQ(over.getSize(), 0x40001u);
 }
 
 // Run only as the second agent of TwoAgentsShareOneDriver, in its own process.
