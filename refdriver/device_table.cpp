@@ -1,6 +1,8 @@
 #include "refdriver/device_table.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <string>
 
 #include "refdriver/limits.h"
 #include "util/byte_order.h"
@@ -30,6 +32,29 @@ bool has_nul(const uint8_t* field) {
   return std::find(field, field + kIdField, 0) != field + kIdField;
 }
 
+// "0x2F1D" and the like; false for an empty or unreadable field.
+bool id_field_equals(const uint8_t* field, uint16_t value) {
+  const std::string text(reinterpret_cast<const char*>(field),
+                         std::find(field, field + kIdField, 0) - field);
+  if (text.empty()) return false;
+  char* end = nullptr;
+  const unsigned long parsed = std::strtoul(text.c_str(), &end, 0);
+  return *end == 0 && parsed == value;
+}
+
+Descriptor generic_descriptor(const PresentDevice& device, size_t position) {
+  Descriptor d{};
+  store_be16(&d[kDevType], 1);
+  store_be16(&d[kDevKind], 1);
+  store_be32(&d[kUniqueId], kGenericDeviceId + static_cast<uint32_t>(position));
+  store_be32(&d[kButtonCount], device.buttons);
+  store_be32(&d[kHasWheel], device.wheel ? 1 : 0);
+  store_be32(&d[kHasPanWheel], device.pan_wheel ? 1 : 0);
+  store_be16(&d[kMoveMultiplier], 10);
+  store_be16(&d[kAccelTable], kGenericAccelerationTable);
+  return d;
+}
+
 }  // namespace
 
 uint32_t descriptor_unique_id(const Descriptor& d) {
@@ -46,6 +71,12 @@ uint32_t descriptor_capabilities(const Descriptor& d) {
   return caps;
 }
 
+MotionTraits descriptor_motion(const Descriptor& d) {
+  const uint16_t multiplier = load_be16(&d[kMoveMultiplier]);
+  return {load_be16(&d[kAccelTable]), multiplier == 0 ? uint16_t{10} : multiplier,
+          load_be32(&d[kWheelReversed]) != 0};
+}
+
 bool DeviceTable::replace(std::span<const uint8_t> records, size_t count) {
   if (count > kMaxDescriptors || records.size() != count * kDescriptorSize) return false;
   std::vector<Descriptor> table(count);
@@ -55,6 +86,8 @@ bool DeviceTable::replace(std::span<const uint8_t> records, size_t count) {
     if (!has_nul(&table[i][kProductId]) || !has_nul(&table[i][kVendorId])) return false;
   }
   descriptors_ = std::move(table);
+  ++generation_;
+  if (present_) set_present(*present_);
   return true;
 }
 
@@ -73,11 +106,35 @@ std::vector<uint32_t> DeviceTable::attached() const {
   return ids;
 }
 
+void DeviceTable::set_present(std::vector<PresentDevice> devices) {
+  std::vector<uint32_t> ids;
+  generic_.clear();
+  for (size_t i = 0; i < devices.size() && ids.size() < kMaxAttachedDevices; ++i) {
+    const Descriptor d = describe(devices[i], i);
+    if (descriptor_unique_id(d) >= kGenericDeviceId) generic_.push_back(d);
+    ids.push_back(descriptor_unique_id(d));
+  }
+  attached_ = std::move(ids);
+  present_ = std::move(devices);
+}
+
+Descriptor DeviceTable::describe(const PresentDevice& device, size_t position) const {
+  const auto it = std::find_if(descriptors_.begin(), descriptors_.end(), [&](const Descriptor& d) {
+    return id_field_equals(&d[kVendorId], device.vendor) &&
+           id_field_equals(&d[kProductId], device.product);
+  });
+  return it != descriptors_.end() ? *it : generic_descriptor(device, position);
+}
+
 const Descriptor* DeviceTable::find(uint32_t unique_id) const {
   const auto it = std::find_if(descriptors_.begin(), descriptors_.end(), [&](const Descriptor& d) {
     return descriptor_unique_id(d) == unique_id;
   });
-  return it == descriptors_.end() ? nullptr : &*it;
+  if (it != descriptors_.end()) return &*it;
+  const auto generic = std::find_if(generic_.begin(), generic_.end(), [&](const Descriptor& d) {
+    return descriptor_unique_id(d) == unique_id;
+  });
+  return generic == generic_.end() ? nullptr : &*generic;
 }
 
 std::array<uint8_t, kMouseInfoSize> DeviceTable::mouse_info() const {

@@ -41,6 +41,27 @@ using Descriptor = std::array<uint8_t, kDescriptorSize>;
 uint32_t descriptor_unique_id(const Descriptor& d);
 uint32_t descriptor_capabilities(const Descriptor& d);
 
+// How a device's motion and wheel are treated, from its descriptor.
+struct MotionTraits {
+  uint16_t acceleration_table = 0;  // which level and table of the five
+  uint16_t move_multiplier = 10;    // tenths
+  bool wheel_reversed = false;
+};
+MotionTraits descriptor_motion(const Descriptor& d);
+
+// A pointing device found on the machine, as its bus reports it.
+struct PresentDevice {
+  uint16_t vendor = 0;
+  uint16_t product = 0;
+  uint8_t buttons = 0;
+  bool wheel = false;
+  bool pan_wheel = false;
+};
+// UniqueIDs of devices the table does not describe start here.
+inline constexpr uint32_t kGenericDeviceId = 0xC0000000;
+// The table acceleration level a generic mouse uses.
+inline constexpr uint16_t kGenericAccelerationTable = 1;
+
 class DeviceTable {
  public:
   // InitializeDriver's data: count records of 80 bytes whose ProductID and
@@ -54,6 +75,14 @@ class DeviceTable {
   std::vector<uint32_t> attached() const;
   const Descriptor* find(uint32_t unique_id) const;
 
+  // The devices on the machine, in place of set_attached: each is the
+  // table's descriptor with its vendor and product, else a generic mouse.
+  void set_present(std::vector<PresentDevice> devices);
+  // The descriptor that applies to a present device.
+  Descriptor describe(const PresentDevice& device, size_t position) const;
+  // Changes whenever the table is replaced.
+  uint32_t generation() const { return generation_; }
+
   std::array<uint8_t, kMouseInfoSize> mouse_info() const;
 
   // What the mouse information reports; changed only to play an older or
@@ -64,6 +93,9 @@ class DeviceTable {
  private:
   std::vector<Descriptor> descriptors_;
   std::optional<std::vector<uint32_t>> attached_;
+  std::optional<std::vector<PresentDevice>> present_;
+  std::vector<Descriptor> generic_;
+  uint32_t generation_ = 0;
 };
 
 }  // namespace cx::refdriver

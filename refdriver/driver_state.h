@@ -20,6 +20,8 @@
 
 namespace cx::refdriver {
 
+class PointerOutput;
+
 inline constexpr size_t kMenuNameSize = 32;
 
 // The six preset buttons belong to the global set whatever set is edited.
@@ -57,6 +59,9 @@ class DriverState {
   int32_t mouse_x = 0;
   int32_t mouse_y = 0;
   uint32_t firmware_updates = 0;  // ADBID32 structure-method calls
+  // The device that action lists drive, when there is one; without it
+  // clicks and keystrokes are only logged.
+  PointerOutput* output = nullptr;
 
   uint32_t now() const;
   // A fixed-size global record.

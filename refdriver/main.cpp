@@ -18,6 +18,7 @@
 #include "refdriver/driver_sink.h"
 #include "refdriver/driver_state.h"
 #include "refdriver/event_codes.h"
+#include "refdriver/input/evdev_backend.h"
 #include "refdriver/logind_sessions.h"
 #include "refdriver/request_handler.h"
 #include "refdriver/simulator.h"
@@ -78,6 +79,7 @@ struct Options {
   uint32_t interface_version = kDriverVersion;
   uint32_t interface_revision = kDriverRevision;
   bool verbose = false;
+  bool evdev = false;
 };
 
 bool parse_number(const char* text, uint32_t& out, int base = 10) {
@@ -92,7 +94,9 @@ void usage(FILE* out) {
                "usage: corvex-driverd [--adb-instances N] [--attach UNIQUE-ID]...\n"
                "                      [--low-battery-interval SECONDS] [--verbose]\n"
                "                      [--interface-version HEX] [--interface-revision N]\n"
-               "Serves the mouse driver in $CORVEX_IOKIT_DIR (default %s).\n",
+               "                      [--evdev]\n"
+               "Serves the mouse driver in $CORVEX_IOKIT_DIR (default %s).\n"
+               "--evdev: takes the machine's mice and acts through a uinput device.\n",
                kDefaultServiceDirectory.data());
 }
 
@@ -105,6 +109,8 @@ bool parse_options(int argc, char** argv, Options& o) {
     uint32_t value = 0;
     if (arg == "--verbose" || arg == "-v") {
       o.verbose = true;
+    } else if (arg == "--evdev") {
+      o.evdev = true;
     } else if (arg == "--adb-instances" && has_value && parse_number(argv[++i], value)) {
       o.adb_instances = value;
     } else if (arg == "--attach" && has_value && parse_number(argv[++i], value)) {
@@ -154,6 +160,11 @@ int main(int argc, char** argv) {
   }
   sink.server = server.get();
   g_server = server.get();
+  std::unique_ptr<EvdevBackend> evdev;
+  if (options.evdev && !(evdev = EvdevBackend::create(*server, state, sink, error))) {
+    std::fprintf(stderr, "corvex-driverd: %s\n", error.c_str());
+    return 1;
+  }
 
   struct sigaction action {};
   action.sa_handler = on_signal;
@@ -165,6 +176,7 @@ int main(int argc, char** argv) {
   print_line(stdout, "serving " + options.directory + " (" + std::to_string(options.adb_instances) +
                          " ADBID32Mouse instances)");
   server->run();
+  evdev.reset();  // releases the grabs and the output's held buttons
   g_server = nullptr;
   sink.server = nullptr;
   server.reset();  // removes the sockets

@@ -179,6 +179,9 @@ void TransportServer::poll_once(int timeout_ms) {
     if (client->is_interest()) events |= POLLIN;
     poll_fds_.push_back({client->fd.get(), events, 0});
   }
+  const std::size_t first_watch = poll_fds_.size();
+  const std::size_t watch_count = watches_.size();
+  for (const Watch& w : watches_) poll_fds_.push_back({w.fd, POLLIN, 0});
   // Requests already received are served in turns without waiting.
   const bool turn_waits = std::any_of(clients_.begin(), clients_.end(), [](const auto& c) {
     return c->may_have_frame && !c->pending() && !c->closed;
@@ -209,6 +212,10 @@ void TransportServer::poll_once(int timeout_ms) {
   for (std::size_t i = 0; i < client_count; ++i) {
     if (clients_[i]->session) serve_one(*clients_[i]);
   }
+  for (std::size_t i = 0; i < watch_count; ++i) {
+    if (watches_[i].fd >= 0 && poll_fds_[first_watch + i].revents) watches_[i].ready();
+  }
+  std::erase_if(watches_, [](const Watch& w) { return w.fd < 0; });
   close_stalled();
   // Closed clients go first so that they do not count against the limit.
   remove_closed();
@@ -245,6 +252,15 @@ void TransportServer::note_waiting(Client& client, bool answered) {
   } else if (answered || !client.waiting_since) {
     client.waiting_since = Clock::now();
   }
+}
+
+void TransportServer::watch(int fd, std::function<void()> ready) {
+  watches_.push_back({fd, std::move(ready)});
+}
+
+void TransportServer::unwatch(int fd) {
+  for (Watch& w : watches_)
+    if (w.fd == fd) w.fd = -1;
 }
 
 void TransportServer::run() {

@@ -10,6 +10,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -56,6 +58,11 @@ class TransportServer {
   // the handlers), like everything here but stop().
   void post_interest(uint32_t type, uint64_t argument);
 
+  // Calls `ready` on the loop whenever `fd` can be read (another source of
+  // work, such as input devices); unwatch() stops it, also from `ready`.
+  void watch(int fd, std::function<void()> ready);
+  void unwatch(int fd);
+
   // One turn of the loop, waiting at most `timeout_ms` (-1: until something happens).
   void poll_once(int timeout_ms);
   // Turns the loop until stop().
@@ -66,6 +73,10 @@ class TransportServer {
  private:
   struct Listener;
   struct Client;
+  struct Watch {
+    int fd;
+    std::function<void()> ready;
+  };
   using Clock = std::chrono::steady_clock;
 
   TransportServer(std::string directory, TransportHandler& handler, TransportLimits limits,
@@ -95,6 +106,9 @@ class TransportServer {
   uint64_t last_connection_ = 0;
   std::vector<std::unique_ptr<Listener>> listeners_;
   std::vector<std::unique_ptr<Client>> clients_;
+  // A deque: a handler may add watches while it runs. fd -1: unwatched,
+  // removed after the turn.
+  std::deque<Watch> watches_;
   std::vector<pollfd> poll_fds_;  // rebuilt each turn, kept to spare allocations
 };
 

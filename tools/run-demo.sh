@@ -212,6 +212,15 @@ import -window root "$paste_shot"
 kill "$paste_term" "$paste_wm"
 
 echo
+echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mice"
+echo "   (where /dev/uinput exists each mouse is grabbed and acts through the \"Corvex Virtual"
+echo "   Pointer\"; elsewhere the daemon says why it cannot and exits 1)"
+evdev_dir=$(mktemp -d)
+CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/refdriver/corvex-driverd" --evdev 2>&1 \
+  | grep -E "evdev:|uinput|serving" || true
+rm -rf "$evdev_dir"
+
+echo
 echo "== The control panel quits the agent"
 "$cp" quit
 wait "$agent" && echo "corvex-background exited with status 0"

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,16 +18,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using cx::test::BackgroundProcess;
+using cx::test::cpu_time_ns;
 using cx::test::Programs;
 using cx::test::read_file;
-
-// Nanoseconds the process has run on a CPU.
-double cpu_ns(pid_t pid) {
-  std::ifstream in("/proc/" + std::to_string(pid) + "/schedstat");
-  double ns = 0;
-  in >> ns;
-  return ns;
-}
 
 double rss_mib(pid_t pid) {
   const std::string status = read_file("/proc/" + std::to_string(pid) + "/status");
@@ -82,11 +74,11 @@ void BM_IdleFootprint(benchmark::State& state) {
     BackgroundProcess agent({Programs::agent});
     if (!session.wait_active(0)) return state.SkipWithError("the agent did not activate");
     std::this_thread::sleep_for(std::chrono::seconds(2));  // past the first timer ticks
-    const double before = cpu_ns(agent.pid());
+    const double before = cpu_time_ns(agent.pid());
     const auto start = Clock::now();
     std::this_thread::sleep_for(std::chrono::seconds(30));
     const double wall_ns = std::chrono::duration<double, std::nano>(Clock::now() - start).count();
-    state.counters["idle_cpu_percent"] = 100.0 * (cpu_ns(agent.pid()) - before) / wall_ns;
+    state.counters["idle_cpu_percent"] = 100.0 * (cpu_time_ns(agent.pid()) - before) / wall_ns;
     state.counters["rss_mib"] = rss_mib(agent.pid());
     state.counters["gtk_loaded"] =
         read_file("/proc/" + std::to_string(agent.pid()) + "/maps").find("libgtk") !=

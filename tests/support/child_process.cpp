@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <fstream>
+#include <string>
 #include <thread>
 
 #include "tests/support/temp_dir.h"
@@ -121,6 +123,13 @@ CommandResult run_command(const std::vector<std::string>& argv) {
   result.out = p.output();
   result.err = p.errors();
   return result;
+}
+
+double cpu_time_ns(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/schedstat");
+  double ns = 0;
+  in >> ns;
+  return ns;
 }
 
 }  // namespace cx::test

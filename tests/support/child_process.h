@@ -53,4 +53,7 @@ struct CommandResult {
 };
 CommandResult run_command(const std::vector<std::string>& argv);
 
+// Nanoseconds the process has run on a CPU.
+double cpu_time_ns(pid_t pid);
+
 }  // namespace cx::test

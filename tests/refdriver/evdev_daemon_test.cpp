@@ -1,0 +1,106 @@
+// corvex-driverd --evdev on mice made through uinput: it grabs a mouse, a
+// button bound by the agent to a keystroke types it on the driver's output
+// device, a mouse plugged in later is taken and unplugged mid-drag leaves
+// nothing held, and SIGTERM gives the mice back. Needs a writable
+// /dev/uinput; skipped (and said so) without one.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <libevdev/libevdev.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "driver/actlist_requests.h"
+#include "model/act_item.h"
+#include "model/builtin_actlists.h"
+#include "refdriver/input/evdev_backend.h"
+#include "tests/support/agent_link.h"
+#include "tests/support/user_session.h"
+#include "tests/support/virtual_mouse.h"
+
+namespace cx::refdriver {
+namespace {
+
+void close_device(libevdev* d) {
+  close(libevdev_get_fd(d));
+  libevdev_free(d);
+}
+using Device = std::unique_ptr<libevdev, decltype(&close_device)>;
+
+// The first event node whose device has this name, opened; null when none.
+Device open_named(std::string_view name) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
+    libevdev* dev = nullptr;
+    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd >= 0 && libevdev_new_from_fd(fd, &dev) == 0 && libevdev_get_name(dev) == name) {
+      return {dev, close_device};
+    }
+    libevdev_free(dev);
+    if (fd >= 0) close(fd);
+  }
+  return {nullptr, close_device};
+}
+
+// The key events that arrive within a second.
+std::vector<std::pair<int, int>> keys(const Device& d) {
+  std::vector<std::pair<int, int>> got;
+  pollfd p{libevdev_get_fd(d.get()), POLLIN, 0};
+  while (poll(&p, 1, 1000) > 0) {
+    input_event ev{};
+    while (libevdev_next_event(d.get(), LIBEVDEV_READ_FLAG_NORMAL, &ev) == 0)
+      if (ev.type == EV_KEY) got.emplace_back(ev.code, ev.value);
+  }
+  return got;
+}
+
+TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
+  std::string why;
+  if (!test::VirtualMouse::usable(why)) GTEST_SKIP() << why;
+  test::VirtualMouse mouse("Corvex Test Mouse");
+  ASSERT_FALSE(mouse.node().empty());
+
+  test::UserSession session;
+  ASSERT_NE(session.start_driver({"--evdev"}), nullptr);
+  ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + mouse.node() + " "));
+  const Device output = open_named(kOutputDeviceName);
+  ASSERT_TRUE(output);
+
+  // Button 0 types Shift+A (driver key code 0).
+  {
+    const test::AgentLink agent(session.services());
+    ASSERT_EQ(ConnectToDriver(), 1);
+    const act_item shift_a[] = {make_act_item(0x01, 0, 2, 0x0200, 0)};
+    ASSERT_EQ(SetActionList(0, 0, shift_a), 0);
+    mouse.emit(EV_KEY, BTN_LEFT, 1);
+    mouse.emit(EV_KEY, BTN_LEFT, 0);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{
+                                {KEY_LEFTSHIFT, 1}, {KEY_A, 1}, {KEY_A, 0}, {KEY_LEFTSHIFT, 0}}));
+    // A button no list names is itself.
+    mouse.emit(EV_KEY, BTN_RIGHT, 1);
+    mouse.emit(EV_KEY, BTN_RIGHT, 0);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_RIGHT, 1}, {BTN_RIGHT, 0}}));
+
+    // A mouse plugged in later is taken too; unplugged mid-drag, it leaves
+    // nothing held.
+    auto second = std::make_unique<test::VirtualMouse>("Corvex Test Mouse 2");
+    ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + second->node() + " "));
+    ASSERT_EQ(SetActionList(0, 1, drag_actlist.data()), 0);
+    second->emit(EV_KEY, BTN_RIGHT, 1);
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_LEFT, 1}}));
+    const std::string second_node = second->node();
+    second.reset();
+    EXPECT_EQ(keys(output), (std::vector<std::pair<int, int>>{{BTN_LEFT, 0}}));
+    EXPECT_TRUE(session.driver->wait_for_output("evdev: released " + second_node));
+  }  // the agent leaves before the driver stops
+  EXPECT_EQ(session.driver->terminate(), 0);
+  const Device again = open_named("Corvex Test Mouse");
+  ASSERT_TRUE(again);
+  EXPECT_EQ(libevdev_grab(again.get(), LIBEVDEV_GRAB), 0) << "the daemon still holds the mouse";
+}
+
+}  // namespace
+}  // namespace cx::refdriver

@@ -1,0 +1,32 @@
+// A mouse made through uinput (left, right and middle buttons, motion and a
+// wheel), for tests and benchmarks of the driver on real input devices.
+// usable() says whether this machine can make one at all.
+#pragma once
+
+#include <memory>
+#include <string>
+
+struct libevdev_uinput;
+
+namespace cx::test {
+
+class VirtualMouse {
+ public:
+  // False, with the reason, when /dev/uinput cannot be written.
+  static bool usable(std::string& why);
+  explicit VirtualMouse(const std::string& name);
+  ~VirtualMouse();
+  VirtualMouse(const VirtualMouse&) = delete;
+  VirtualMouse& operator=(const VirtualMouse&) = delete;
+
+  // Where it appeared (/dev/input/eventN); empty when it could not be made.
+  const std::string& node() const { return node_; }
+  // One event and the report that ends it.
+  void emit(unsigned type, unsigned code, int value);
+
+ private:
+  libevdev_uinput* device_ = nullptr;
+  std::string node_;
+};
+
+}  // namespace cx::test
