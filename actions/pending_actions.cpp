@@ -5,9 +5,6 @@
 
 namespace cx {
 
-void get_cur_URL(const uint8_t*, uint32_t) {
-  diag_note_unavailable("get_cur_URL");
-}
 void popup_tasklist() {
   diag_note_unavailable("popup_tasklist");
 }

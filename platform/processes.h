@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 // ProcessSerialNumber, OSType, OSErr and the Process Manager's results
@@ -46,6 +47,13 @@ class Processes {
   // end: procNotFound and `psn` set to kNoProcess.
   virtual OSErr next_process(ProcessSerialNumber& psn) = 0;
   virtual OSErr set_front_process(const ProcessSerialNumber& psn) = 0;
+  // The title of the process's front window; procNotFound when it has none
+  // the desktop can name.
+  virtual OSErr window_title(const ProcessSerialNumber& psn, std::string& title) {
+    static_cast<void>(psn);
+    static_cast<void>(title);
+    return procNotFound;
+  }
   // Calls `on_change` from the main loop soon after the front process may
   // have changed; null when the desktop cannot say, and callers poll.
   virtual EventSourceHandle watch_front(std::function<void()> on_change) {
@@ -93,5 +101,7 @@ inline OSErr GetNextProcess(ProcessSerialNumber* psn) {
 inline OSErr SetFrontProcess(const ProcessSerialNumber* psn) {
   return processes().set_front_process(*psn);
 }
+// This process: {0, its pid}.
+OSErr GetCurrentProcess(ProcessSerialNumber* psn);
 
 }  // namespace cx::platform

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "platform/apple_events.h"
 #include "platform/linux/apple_events_glib.h"
@@ -104,6 +105,14 @@ class DBusAppleEvents final : public AppleEventService {
       return sent ? noErr : send_error_to_oserr(error.get());
     }
 
+    // Our own main loop cannot answer while we wait for it: as the Apple
+    // Event Manager does, an event to ourselves goes straight to the handler.
+    if (is_own_name(name)) {
+      AppleEvent answer = AppleEvent::make_reply();
+      handlers_.dispatch(event, answer);
+      if (reply != nullptr) *reply = std::move(answer);
+      return noErr;
+    }
     g_dbus_message_set_flags(message.get(), G_DBUS_MESSAGE_FLAGS_NO_AUTO_START);
     const MessagePtr answer(g_dbus_connection_send_message_with_reply_sync(
         bus_.get(), message.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, timeout_to_msec(timeout),
@@ -159,6 +168,14 @@ class DBusAppleEvents final : public AppleEventService {
     if (!answer) return false;
     g_variant_get(answer.get(), "(u)", &pid);
     return true;
+  }
+
+  bool is_own_name(const std::string& name) {
+    const VariantPtr answer = call_bus("GetNameOwner", g_variant_new("(s)", name.c_str()));
+    const char* owner = nullptr;
+    if (answer) g_variant_get(answer.get(), "(&s)", &owner);
+    return owner != nullptr &&
+           std::strcmp(owner, g_dbus_connection_get_unique_name(bus_.get())) == 0;
   }
 
   bool has_owner(const std::string& name) {

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <memory>
 
 #include "platform/linux/processes_x11.h"
@@ -20,6 +22,11 @@ Processes& processes() {
 
 void set_processes(Processes* p) {
   g_installed = p;
+}
+
+OSErr GetCurrentProcess(ProcessSerialNumber* psn) {
+  *psn = {0, static_cast<uint32_t>(getpid())};
+  return noErr;
 }
 
 void set_signature_directory(SignatureDirectory* d) {

@@ -100,6 +100,21 @@ class X11Processes final : public Processes {
     return noErr;
   }
 
+  OSErr window_title(const ProcessSerialNumber& psn, std::string& title) override {
+    if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
+        psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
+      return procNotFound;
+    const auto pid = static_cast<pid_t>(psn.lowLongOfPSN);
+    // The active window when it is the process's, else the one seen last for it.
+    xcb_window_t window = display_.active_window();
+    if (window == XCB_NONE || display_.window_pids({&window, 1}).front() != pid) {
+      if (!window_facts_of(pid)) return procNotFound;
+      window = window_of_.at(pid);
+    }
+    title = display_.window_name(window);
+    return noErr;
+  }
+
   EventSourceHandle watch_front(std::function<void()> on_change) override {
     return watch_active_window(std::move(on_change));
   }

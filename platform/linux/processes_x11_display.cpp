@@ -13,6 +13,8 @@ using PropertyReply = XcbReply<xcb_get_property_reply_t>;
 
 // WM_CLASS is "instance\0class\0"; names longer than this are cut later anyway.
 constexpr uint32_t kWmClassLongs = 1024;
+// Window titles: a page title is rarely longer, and what is shown is cut.
+constexpr uint32_t kWmNameLongs = 1024;
 
 std::string class_part(const xcb_get_property_reply_t* reply) {
   const int length = xcb_get_property_value_length(reply);
@@ -123,6 +125,26 @@ X11Display::WindowFacts X11Display::window_facts(xcb_window_t window) {
     facts.wm_class = class_part(reply.get());
   healthy();
   return facts;
+}
+
+std::string X11Display::window_name(xcb_window_t window) {
+  std::string name;
+  if (!connect()) return name;
+  const auto utf8_cookie = xcb_ewmh_get_wm_name(&ewmh_, window);
+  const auto plain_cookie = xcb_get_property(conn_, 0, window, XCB_ATOM_WM_NAME,
+                                             XCB_GET_PROPERTY_TYPE_ANY, 0, kWmNameLongs);
+  xcb_ewmh_get_utf8_strings_reply_t utf8{};
+  if (xcb_ewmh_get_wm_name_reply(&ewmh_, utf8_cookie, &utf8, nullptr)) {
+    name.assign(utf8.strings, utf8.strings_len);
+    xcb_ewmh_get_utf8_strings_reply_wipe(&utf8);
+  }
+  if (PropertyReply reply{xcb_get_property_reply(conn_, plain_cookie, nullptr)}) {
+    const int length = xcb_get_property_value_length(reply.get());
+    if (name.empty() && length > 0)
+      name.assign(static_cast<const char*>(xcb_get_property_value(reply.get())), length);
+  }
+  healthy();
+  return name;
 }
 
 bool X11Display::activate(xcb_window_t window) {

@@ -36,6 +36,9 @@ class X11Display {
   // Both properties in one round trip.
   WindowFacts window_facts(xcb_window_t window);
 
+  // `_NET_WM_NAME` (UTF-8), else WM_NAME; empty when neither is set.
+  std::string window_name(xcb_window_t window);
+
   // Asks the window manager to activate `window` (as a pager would).
   bool activate(xcb_window_t window);
 

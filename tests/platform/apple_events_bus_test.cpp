@@ -255,6 +255,11 @@ TEST(AppleEventBus, APsnFoundBySignatureReachesTheOwnerOfThatName) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
   EXPECT_TRUE(g_noted);
+  // Waiting for our own reply would wait for ever: the handler answers at once.
+  AppleEvent reply;
+  EXPECT_EQ(apple_events().send(AppleEvent(kTestSuite, fourcc("note"), make_psn_desc(psn)), &reply,
+                                AESendMode::wait_reply, 60),
+            noErr);
 }
 
 // Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac answer.

@@ -57,6 +57,12 @@ class Desktop {
     return w;
   }
 
+  void set_title(xcb_window_t w, std::string_view title) {
+    xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, w, atom("_NET_WM_NAME"), atom("UTF8_STRING"),
+                        8, static_cast<uint32_t>(title.size()), title.data());
+    sync();
+  }
+
   // A window list on the root.
   void set_root(std::string_view property, const std::vector<xcb_window_t>& ws) {
     xcb_change_property(conn_, XCB_PROP_MODE_REPLACE, root_, atom(property), XCB_ATOM_WINDOW, 32,
@@ -166,6 +172,10 @@ TEST_F(X11Processes, FrontProcessFollowsTheActiveWindow) {
   EXPECT_EQ(info.mode, 0u);
   EXPECT_EQ(info.pid, self_);
   EXPECT_EQ(info.psn, psn);
+  std::string title;
+  desktop_->set_title(mine, "Page \u2014 Firefox");
+  EXPECT_EQ(service_->window_title(psn, title), noErr);
+  EXPECT_EQ(title, "Page \u2014 Firefox");
 
   // Without WM_CLASS the name is the process's own.
   desktop_->set_active(sleeping);
