@@ -114,8 +114,4 @@ void diag_printf(const char* format, ...) {
   diag_line(buffer, kDiagPrintfLevel);
 }
 
-void diag_note_unavailable(const char* what) {
-  diag_printf("%s:Corvex Background: %s is not available in this build\n", timestamp(), what);
-}
-
 }  // namespace cx

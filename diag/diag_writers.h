@@ -28,8 +28,5 @@ void diag_timestamp(uint32_t level);
 // printf into 512 bytes (longer output is cut to 511), written at
 // kDiagPrintfLevel.
 void diag_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
-// A time-stamped note that `what` was reached but does nothing in this
-// build, for entry points whose work lands later.
-void diag_note_unavailable(const char* what);
 
 }  // namespace cx

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,16 @@ inline constexpr OSType kUnknownSignature = fourcc("????");  // no creator code
 inline constexpr uint32_t kModeOnlyBackground = 0x400;      // no windows of its own
 inline constexpr uint32_t kModeHighLevelEventAware = 0x80;  // takes Apple events
 
+// An application's icon: `width` x `height` pixels of non-premultiplied
+// ARGB, row by row from the top; without pixels, the name of an icon in the
+// desktop's icon theme that may show the application.
+struct AppIcon {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint32_t> argb;
+  std::string theme_name;
+};
+
 struct ProcessInfo {
   ProcessSerialNumber psn;
   std::array<unsigned char, 256> name;  // Pascal string: length byte, then up to 255 bytes
@@ -47,6 +58,12 @@ class Processes {
   // end: procNotFound and `psn` set to kNoProcess.
   virtual OSErr next_process(ProcessSerialNumber& psn) = 0;
   virtual OSErr set_front_process(const ProcessSerialNumber& psn) = 0;
+  // The icon the process shows for itself, near `size` pixels square; none
+  // when it shows none.
+  virtual std::optional<AppIcon> application_icon(const ProcessSerialNumber& psn, uint32_t size) {
+    static_cast<void>(psn), static_cast<void>(size);
+    return std::nullopt;
+  }
   // The title of the process's front window; procNotFound when it has none
   // the desktop can name.
   virtual OSErr window_title(const ProcessSerialNumber& psn, std::string& title) {

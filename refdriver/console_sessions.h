@@ -1,6 +1,7 @@
-// Whether a process belongs to the session at the console of its seat: on
-// Linux a fact the system knows, and what decides whether a client may make
-// its user the driver's active user.
+// Whether a process belongs to the session at the console of its seat (or,
+// outside every session, as a user service, whether its user's graphical
+// session is there): on Linux a fact the system knows, and what decides
+// whether a client may make its user the driver's active user.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +13,7 @@ class ConsoleSessions {
   enum class Answer { Active, NotActive, Unreachable };
 
   virtual ~ConsoleSessions() = default;
-  virtual Answer process_is_active(int32_t pid) = 0;
+  virtual Answer process_is_active(int32_t pid, uint32_t uid) = 0;
 };
 
 }  // namespace cx::refdriver

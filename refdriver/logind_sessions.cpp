@@ -1,5 +1,7 @@
 #include "refdriver/logind_sessions.h"
 
+#include <string>
+
 #include "platform/linux/logind.h"
 
 namespace cx::refdriver {
@@ -27,7 +29,7 @@ VariantPtr LogindSessions::call(const char* path, const char* interface, const c
   return reply;
 }
 
-ConsoleSessions::Answer LogindSessions::process_is_active(int32_t pid) {
+ConsoleSessions::Answer LogindSessions::process_is_active(int32_t pid, uint32_t uid) {
   // Pid 0 would ask about the driver's own process.
   if (pid <= 0) return Answer::NotActive;
   if (!connect()) return Answer::Unreachable;
@@ -35,10 +37,18 @@ ConsoleSessions::Answer LogindSessions::process_is_active(int32_t pid) {
   const VariantPtr session(call(platform::logind::kManagerPath, platform::logind::kManager,
                                 "GetSessionByPID", g_variant_new("(u)", static_cast<guint32>(pid)),
                                 G_VARIANT_TYPE("(o)"), failure));
-  if (!session) return failure;
-  const gchar* path = nullptr;
-  g_variant_get(session.get(), "(&o)", &path);
-  const VariantPtr reply(call(path, platform::logind::kProperties, "GetAll",
+  std::string path;
+  if (session) {
+    const gchar* found = nullptr;
+    g_variant_get(session.get(), "(&o)", &found);
+    path = found;
+  } else if (failure == Answer::NotActive) {
+    ErrorPtr error;
+    path = platform::logind::user_display(connection_.get(), uid, error);
+    if (error && platform::logind::no_answer(error.get())) return Answer::Unreachable;
+  }
+  if (path.empty()) return failure;
+  const VariantPtr reply(call(path.c_str(), platform::logind::kProperties, "GetAll",
                               g_variant_new("(s)", platform::logind::kSession),
                               G_VARIANT_TYPE("(a{sv})"), failure));
   if (!reply) return failure;

@@ -1,7 +1,8 @@
 // The console sessions as systemd-logind tells them, over the system bus
 // (DBUS_SYSTEM_BUS_ADDRESS when set): the process's session
-// (GetSessionByPID), then whether that session is Active and has a Seat, the
-// way uaccess and polkit's allow_active decide. Each question waits a short
+// (GetSessionByPID; for a process in none, its user's graphical session),
+// then whether that session is Active and has a Seat, the way uaccess and
+// polkit's allow_active decide. Each question waits a short
 // time at most; a bus or logind that does not answer is Unreachable, and the
 // connection is made again at the next question.
 #pragma once
@@ -15,7 +16,7 @@ namespace cx::refdriver {
 
 class LogindSessions final : public ConsoleSessions {
  public:
-  Answer process_is_active(int32_t pid) override;
+  Answer process_is_active(int32_t pid, uint32_t uid) override;
 
  private:
   bool connect();

@@ -40,7 +40,7 @@ bool RequestHandler::at_console(const ClientPeer& peer, std::span<const uint8_t>
       read_active_user(data).state != kUserActive) {
     return true;
   }
-  switch (sessions_->process_is_active(peer.pid)) {
+  switch (sessions_->process_is_active(peer.pid, peer.uid)) {
     case ConsoleSessions::Answer::Active:
       return true;
     case ConsoleSessions::Answer::NotActive:

@@ -9,6 +9,7 @@ packages=(
   libplist-dev libglib2.0-dev libglib2.0-bin
   libxcb1-dev libxcb-ewmh-dev libxcb-xtest0-dev libgtk-3-dev gettext
   libevdev-dev libudev-dev
+  qemu-system-x86 linux-image-amd64 busybox-static cpio udev
   dbus-daemon xvfb shared-mime-info openbox xterm imagemagick
   x11-utils
 )

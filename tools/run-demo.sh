@@ -47,6 +47,11 @@ export DBUS_SESSION_BUS_ADDRESS
 Xvfb -displayfd 1 -nolisten tcp -noreset -screen 0 640x480x24 >"$work/display" 2>/dev/null &
 pids+=($!)
 export DISPLAY=:$(first_line "$work/display")
+if [ -z "${openbox_started:-}" ]; then
+  openbox --sm-disable >/dev/null 2>&1 &
+  pids+=($!)
+  openbox_started=1
+fi
 
 cat >"$XDG_CONFIG_HOME/corvex/Preferences/ByHost/com.velcorra.corvex.background.diags.demo.plist" <<'PLIST'
 <?xml version="1.0" encoding="UTF-8"?>
@@ -75,6 +80,72 @@ cat >"$prefs" <<'PLIST'
 				<string>Default</string>
 				<key>ButtonData</key>
 				<dict>
+					<key>ButtonID_6</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Edit</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>MenuResponse</key>
+								<array>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>Copy</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>Keystrokes</key>
+											<array>
+												<string>Cmd+C</string>
+											</array>
+										</dict>
+									</dict>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>-</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>StandardResponse</key>
+											<string>DoNothing</string>
+										</dict>
+									</dict>
+									<dict>
+										<key>ButtonLabel</key>
+										<string>Paste</string>
+										<key>ResponseFlags</key>
+										<string>None</string>
+										<key>Response</key>
+										<dict>
+											<key>Keystrokes</key>
+											<array>
+												<string>Cmd+V</string>
+											</array>
+										</dict>
+									</dict>
+								</array>
+							</dict>
+						</dict>
+					</array>
+					<key>ButtonID_7</key>
+					<array>
+						<dict>
+							<key>ButtonLabel</key>
+							<string>Applications</string>
+							<key>ResponseFlags</key>
+							<string>None</string>
+							<key>Response</key>
+							<dict>
+								<key>StandardResponse</key>
+								<string>ApplicationMenu</string>
+							</dict>
+						</dict>
+					</array>
 					<key>B4Button</key>
 					<array>
 						<dict>
@@ -184,16 +255,34 @@ echo "== The control panel asks for the mice, hides the menu extra and saves"
 "$cp" save
 
 echo
+echo "== Popup menus. The chord button's press in TextEdit above opened the application menu;"
+echo "   the user closes it with Escape. Two terminals open, Notes and Xterm. Button 6 pops up the"
+echo "   user's menu at the pointer (Copy, a separator, Paste); the user chooses Copy and the"
+echo "   driver types Cmd+C. Button 7 pops up the application menu, Xterm checked (in front, with"
+echo "   the icon theme's xterm icon); the user chooses Notes, which comes to the front"
+screenshots=${screenshots:-$PWD/$bin/demo}
+mkdir -p "$screenshots"
+"$desk" keys Escape
+for app in Notes Xterm; do
+  xterm -class "$app" -title "$app" -geometry 30x6 -e sleep 600 2>/dev/null &
+  pids+=($!)
+  sleep 1
+done
+"$ctl" press 6
+sleep 1
+import -window root "$screenshots/popup-menu.png"
+"$desk" keys Down Return
+"$ctl" press 7
+sleep 1
+import -window root "$screenshots/application-menu.png"
+"$desk" keys Down Return
+sleep 0.5
+"$ctl" state | grep -i "^front" || true
+
+echo
 echo "== Under a window manager an xterm comes to the front; the chord button pastes into it"
 echo "   (the agent owns the clipboard and types Ctrl+V: \"Kind regards,\" appears after the"
 echo "   xterm's prompt, and stays on the clipboard; a screenshot of it is saved)"
-openbox --sm-disable >/dev/null 2>&1 &
-paste_wm=$!
-pids+=($paste_wm)
-for _ in $(seq 100); do
-  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id" && break
-  sleep 0.05
-done
 xterm -title Corvex -geometry 48x6+40+40 -xrm 'XTerm*VT100.translations: #override Ctrl<Key>v: insert-selection(CLIPBOARD)' \
   -e sh -c "stty -icanon; printf 'Pasted here: '; cat >'$work/pasted.txt'" 2>/dev/null &
 paste_term=$!
@@ -209,7 +298,7 @@ sleep 0.3  # the echo on the xterm's screen
 paste_shot=$PWD/$bin/demo/pasted-text.png
 mkdir -p "$(dirname "$paste_shot")"
 import -window root "$paste_shot"
-kill "$paste_term" "$paste_wm"
+kill "$paste_term"
 
 echo
 echo "== Real mice: a second corvex-driverd with --evdev takes the machine's mice"
@@ -242,4 +331,6 @@ echo
 echo "== The driver's log"
 cat "$work/driverd.log"
 echo
-echo "Screenshot of the pasted text: $paste_shot"
+echo "== Screenshots"
+echo "Pasted text: $paste_shot"
+echo "Popup menus: $screenshots/popup-menu.png $screenshots/application-menu.png"

@@ -5,6 +5,9 @@
 
 #include <gio/gio.h>
 
+#include <cstdint>
+#include <string>
+
 #include "platform/linux/apple_events_glib.h"
 
 namespace cx::platform::logind {
@@ -13,6 +16,7 @@ inline constexpr const char* kName = "org.freedesktop.login1";
 inline constexpr const char* kManagerPath = "/org/freedesktop/login1";
 inline constexpr const char* kManager = "org.freedesktop.login1.Manager";
 inline constexpr const char* kSession = "org.freedesktop.login1.Session";
+inline constexpr const char* kUser = "org.freedesktop.login1.User";
 inline constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 // Callers wait on the answers; a logind slower than this counts as absent.
 inline constexpr int kTimeoutMs = 500;
@@ -62,6 +66,30 @@ inline dbus_ae::VariantPtr call(GDBusConnection* connection, const char* destina
       G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &raw));
   error.reset(raw);
   return reply;
+}
+
+// The object path of the user's graphical session ("Display"); empty when
+// the user has none, or when logind gives no answer (`error` set). A user
+// service runs outside every session and stands for its user's graphical
+// session, as polkit takes it.
+inline std::string user_display(GDBusConnection* connection, uint32_t uid,
+                                dbus_ae::ErrorPtr& error) {
+  const dbus_ae::VariantPtr user(call(connection, kName, kManagerPath, kManager, "GetUser",
+                                      g_variant_new("(u)", uid), G_VARIANT_TYPE("(o)"), error));
+  if (!user) return {};
+  const gchar* user_path = nullptr;
+  g_variant_get(user.get(), "(&o)", &user_path);
+  const dbus_ae::VariantPtr reply(call(connection, kName, user_path, kProperties, "Get",
+                                       g_variant_new("(ss)", kUser, "Display"),
+                                       G_VARIANT_TYPE("(v)"), error));
+  if (!reply) return {};
+  const dbus_ae::VariantPtr display(g_variant_get_child_value(reply.get(), 0));
+  const dbus_ae::VariantPtr value(g_variant_get_variant(display.get()));
+  const gchar* id = "";
+  const gchar* session_path = "";
+  if (g_variant_is_of_type(value.get(), G_VARIANT_TYPE("(so)")))
+    g_variant_get(value.get(), "(&s&o)", &id, &session_path);
+  return *id == '\0' ? std::string() : std::string(session_path);
 }
 
 // From a session's GetAll reply: whether it is Active, and whether it has a

@@ -1,10 +1,12 @@
 #include "platform/linux/processes_x11.h"
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -13,6 +15,7 @@
 
 #include "platform/linux/processes_x11_display.h"
 #include "platform/linux/processes_x11_front_watch.h"
+#include "platform/linux/wm_icon.h"
 
 namespace cx::platform {
 namespace {
@@ -37,6 +40,13 @@ ProcessSerialNumber psn_of(pid_t pid) {
   return {0, static_cast<uint32_t>(pid)};
 }
 
+std::optional<pid_t> pid_of(const ProcessSerialNumber& psn) {
+  if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
+      psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
+    return std::nullopt;
+  return static_cast<pid_t>(psn.lowLongOfPSN);
+}
+
 class X11Processes final : public Processes {
  public:
   OSErr front_process(ProcessSerialNumber& psn) override {
@@ -50,10 +60,9 @@ class X11Processes final : public Processes {
   }
 
   OSErr process_information(const ProcessSerialNumber& psn, ProcessInfo& info) override {
-    if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
-        psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
-      return procNotFound;
-    const auto pid = static_cast<pid_t>(psn.lowLongOfPSN);
+    const std::optional<pid_t> pid_or = pid_of(psn);
+    if (!pid_or) return procNotFound;
+    const pid_t pid = *pid_or;
     read_participants();
     const std::optional<uint32_t> signature = signature_of(pid);
     std::string name;
@@ -100,11 +109,24 @@ class X11Processes final : public Processes {
     return noErr;
   }
 
+  std::optional<AppIcon> application_icon(const ProcessSerialNumber& psn, uint32_t size) override {
+    const std::optional<pid_t> pid = pid_of(psn);
+    const auto facts = pid ? window_facts_of(*pid) : std::nullopt;
+    if (!facts) return std::nullopt;
+    if (auto icon = pick_wm_icon(display_.wm_icon(window_of_.at(*pid)), size)) return icon;
+    // Themes name most applications' icons after their window class.
+    if (facts->wm_class.empty()) return std::nullopt;
+    AppIcon themed;
+    std::transform(facts->wm_class.begin(), facts->wm_class.end(),
+                   std::back_inserter(themed.theme_name),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return themed;
+  }
+
   OSErr window_title(const ProcessSerialNumber& psn, std::string& title) override {
-    if (psn.highLongOfPSN != 0 || psn.lowLongOfPSN == 0 ||
-        psn.lowLongOfPSN > static_cast<uint32_t>(INT_MAX))
-      return procNotFound;
-    const auto pid = static_cast<pid_t>(psn.lowLongOfPSN);
+    const std::optional<pid_t> pid_or = pid_of(psn);
+    if (!pid_or) return procNotFound;
+    const pid_t pid = *pid_or;
     // The active window when it is the process's, else the one seen last for it.
     xcb_window_t window = display_.active_window();
     if (window == XCB_NONE || display_.window_pids({&window, 1}).front() != pid) {

@@ -13,6 +13,8 @@ using PropertyReply = XcbReply<xcb_get_property_reply_t>;
 
 // WM_CLASS is "instance\0class\0"; names longer than this are cut later anyway.
 constexpr uint32_t kWmClassLongs = 1024;
+// Room for a 256-pixel icon and its smaller sizes.
+constexpr uint32_t kWmIconLongs = 1 << 17;
 // Window titles: a page title is rarely longer, and what is shown is cut.
 constexpr uint32_t kWmNameLongs = 1024;
 
@@ -125,6 +127,21 @@ X11Display::WindowFacts X11Display::window_facts(xcb_window_t window) {
     facts.wm_class = class_part(reply.get());
   healthy();
   return facts;
+}
+
+std::vector<uint32_t> X11Display::wm_icon(xcb_window_t window) {
+  std::vector<uint32_t> value;
+  if (!connect()) return value;
+  const PropertyReply reply{xcb_get_property_reply(
+      conn_,
+      xcb_get_property(conn_, 0, window, ewmh_._NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kWmIconLongs),
+      nullptr)};
+  if (reply && reply->format == 32 && reply->bytes_after == 0) {
+    const auto* first = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    value.assign(first, first + xcb_get_property_value_length(reply.get()) / 4);
+  }
+  healthy();
+  return value;
 }
 
 std::string X11Display::window_name(xcb_window_t window) {

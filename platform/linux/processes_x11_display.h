@@ -36,6 +36,8 @@ class X11Display {
   // Both properties in one round trip.
   WindowFacts window_facts(xcb_window_t window);
 
+  // `_NET_WM_ICON` as it stands (empty when missing or too large to read).
+  std::vector<uint32_t> wm_icon(xcb_window_t window);
   // `_NET_WM_NAME` (UTF-8), else WM_NAME; empty when neither is set.
   std::string window_name(xcb_window_t window);
 

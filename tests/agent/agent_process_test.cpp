@@ -148,6 +148,21 @@ TEST_F(AgentProcessTest, FollowsItsLogindSessionOnAndOffTheConsole) {
   EXPECT_EQ(session_.agent->errors().find("cannot be reached"), std::string::npos);
 }
 
+TEST_F(AgentProcessTest, AsAUserServiceFollowsItsUsersGraphicalSession) {
+  FakeLogind logind;
+  ASSERT_TRUE(logind.ok()) << logind.error();
+  // Neither its process nor XDG_SESSION_ID names a session, as under a user unit.
+  unsetenv("XDG_SESSION_ID");
+  logind.add_session("g8", getuid(), {}, true);
+  start_driver();  // after logind: the driver asks it too
+  session_.start_agent();
+  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
+  EXPECT_TRUE(driver_serves("active"));
+  logind.set_active("g8", false);
+  EXPECT_TRUE(eventually([&] { return session_.corvexctl({"status"}).out == "inactive\n"; }));
+  EXPECT_EQ(session_.agent->terminate(), 0);
+}
+
 TEST_F(AgentProcessTest, WithoutLogindTheSessionIsActiveAndTheAgentSaysSoOnce) {
   start_driver();
   session_.start_agent();

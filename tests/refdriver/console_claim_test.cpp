@@ -64,5 +64,24 @@ TEST(ConsoleClaims, OnlyAProcessOfAnActiveSessionMakesItsUserActive) {
             1);
 }
 
+// A user unit's agent runs in no session: its user's graphical session
+// decides, and a remote login never does.
+TEST(ConsoleClaims, AProcessOutsideEverySessionStandsForItsUsersGraphicalSession) {
+  test::FakeLogind logind;
+  ASSERT_TRUE(logind.ok()) << logind.error();
+  logind.add_session("ssh5", 1005, {}, true, "");
+  logind.add_session("g5", 1005, {}, false);
+  logind.add_session("ssh6", 1006, {}, true, "");
+  LogindSessions sessions;
+  Harness h(&sessions);
+  const ClientPeer service{1, 1005, 105}, remote_user{2, 1006, 106};
+
+  h.steps({{rq::CXAccessGlobalData, claim(1005), kPermission}}, &service);
+  h.steps({{rq::CXAccessGlobalData, claim(1006), kPermission}}, &remote_user);
+  logind.set_active("g5", true);
+  h.steps({{rq::CXAccessGlobalData, claim(1005), kDone}}, &service);
+  EXPECT_EQ(h.sink.messages, (std::vector<std::pair<uint32_t, uint64_t>>{{14, 1005}}));
+}
+
 }  // namespace
 }  // namespace cx::refdriver

@@ -3,13 +3,10 @@
 // device, a mouse plugged in later is taken and unplugged mid-drag leaves
 // nothing held, and SIGTERM gives the mice back. Needs a writable
 // /dev/uinput; skipped (and said so) without one.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <libevdev/libevdev.h>
 #include <poll.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,28 +22,11 @@
 namespace cx::refdriver {
 namespace {
 
-void close_device(libevdev* d) {
-  close(libevdev_get_fd(d));
-  libevdev_free(d);
-}
-using Device = std::unique_ptr<libevdev, decltype(&close_device)>;
-
-// The first event node whose device has this name, opened; null when none.
-Device open_named(std::string_view name) {
-  for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-    libevdev* dev = nullptr;
-    const int fd = open(entry.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd >= 0 && libevdev_new_from_fd(fd, &dev) == 0 && libevdev_get_name(dev) == name) {
-      return {dev, close_device};
-    }
-    libevdev_free(dev);
-    if (fd >= 0) close(fd);
-  }
-  return {nullptr, close_device};
-}
+using test::InputDevice;
+using test::open_input_device;
 
 // The key events that arrive within a second.
-std::vector<std::pair<int, int>> keys(const Device& d) {
+std::vector<std::pair<int, int>> keys(const InputDevice& d) {
   std::vector<std::pair<int, int>> got;
   pollfd p{libevdev_get_fd(d.get()), POLLIN, 0};
   while (poll(&p, 1, 1000) > 0) {
@@ -66,7 +46,7 @@ TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
   test::UserSession session;
   ASSERT_NE(session.start_driver({"--evdev"}), nullptr);
   ASSERT_TRUE(session.driver->wait_for_output("evdev: grabbed " + mouse.node() + " "));
-  const Device output = open_named(kOutputDeviceName);
+  const InputDevice output = open_input_device(kOutputDeviceName);
   ASSERT_TRUE(output);
 
   // Button 0 types Shift+A (driver key code 0).
@@ -97,7 +77,7 @@ TEST(EvdevDaemon, GrabsMiceFollowsHotPlugAndLetsGoOnSigterm) {
     EXPECT_TRUE(session.driver->wait_for_output("evdev: released " + second_node));
   }  // the agent leaves before the driver stops
   EXPECT_EQ(session.driver->terminate(), 0);
-  const Device again = open_named("Corvex Test Mouse");
+  const InputDevice again = open_input_device("Corvex Test Mouse");
   ASSERT_TRUE(again);
   EXPECT_EQ(libevdev_grab(again.get(), LIBEVDEV_GRAB), 0) << "the daemon still holds the mouse";
 }

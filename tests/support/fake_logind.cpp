@@ -3,6 +3,7 @@
 #include <gio/gio.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <string_view>
 
 #include "platform/linux/apple_events_glib.h"
 #include "tests/support/child_process.h"
@@ -25,17 +27,27 @@ constexpr const char* kSystemBusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
 constexpr const char* kManagerPath = "/org/freedesktop/login1";
 constexpr const char* kSessionsPath = "/org/freedesktop/login1/session";
 constexpr const char* kSession = "org.freedesktop.login1.Session";
+constexpr const char* kUsersPath = "/org/freedesktop/login1/user";
+constexpr const char* kUser = "org.freedesktop.login1.User";
+
+std::string user_path(uint32_t uid) {
+  return std::string(kUsersPath) + "/_" + std::to_string(uid);
+}
 
 constexpr const char* kInterfaces = R"xml(<node>
   <interface name="org.freedesktop.login1.Manager">
     <method name="GetSession"><arg type="s"/><arg type="o" direction="out"/></method>
     <method name="GetSessionByPID"><arg type="u"/><arg type="o" direction="out"/></method>
+    <method name="GetUser"><arg type="u"/><arg type="o" direction="out"/></method>
   </interface>
   <interface name="org.freedesktop.login1.Session">
     <property name="Id" type="s" access="read"/>
     <property name="User" type="(uo)" access="read"/>
     <property name="Seat" type="(so)" access="read"/>
     <property name="Active" type="b" access="read"/>
+  </interface>
+  <interface name="org.freedesktop.login1.User">
+    <property name="Display" type="(so)" access="read"/>
   </interface>
 </node>)xml";
 
@@ -65,9 +77,10 @@ struct FakeLogind::Impl {
   std::unique_ptr<DbusService> service;
   NodeInfoPtr info{g_dbus_node_info_new_for_xml(kInterfaces, nullptr), g_dbus_node_info_unref};
 
-  std::mutex mutex;                         // guards the two below, read by the loop thread
-  std::map<std::string, Session> sessions;  // by object path
-  std::map<pid_t, std::string> processes;   // to object path
+  std::mutex mutex;                          // guards the two below, read by the loop thread
+  std::map<std::string, Session> sessions;   // by object path
+  std::map<pid_t, std::string> processes;    // to object path
+  std::map<uint32_t, std::string> displays;  // each user's graphical session, by uid
 
   bool start_bus();
   // On the service's thread, so that its objects are served there.
@@ -76,6 +89,7 @@ struct FakeLogind::Impl {
   void manager_call(GDBusConnection* c, const gchar* sender, const gchar* method,
                     GVariant* parameters, GDBusMethodInvocation* invocation);
   GVariant* session_property(const gchar* path, const gchar* name, GError** error);
+  GVariant* user_property(const gchar* path, GError** error);
 };
 
 bool FakeLogind::Impl::start_bus() {
@@ -107,20 +121,24 @@ bool FakeLogind::Impl::serve(GDBusConnection* connection) {
       {}};
   static const GDBusInterfaceVTable session = {
       nullptr,
-      [](GDBusConnection*, const gchar*, const gchar* path, const gchar*, const gchar* property,
-         GError** failure, gpointer data) {
-        return static_cast<Impl*>(data)->session_property(path, property, failure);
+      [](GDBusConnection*, const gchar*, const gchar* path, const gchar* interface,
+         const gchar* property, GError** failure, gpointer data) {
+        Impl* self = static_cast<Impl*>(data);
+        return std::string_view(interface) == kUser
+                   ? self->user_property(path, failure)
+                   : self->session_property(path, property, failure);
       },
       nullptr,
       {}};
-  // Every session object is one node of a subtree, so that adding a session
-  // registers nothing.
+  // Every session and user object is one node of a subtree, so that adding a
+  // session registers nothing.
   static const GDBusSubtreeVTable subtree = {
       [](GDBusConnection*, const gchar*, const gchar*, gpointer) { return g_new0(gchar*, 1); },
-      [](GDBusConnection*, const gchar*, const gchar*, const gchar*, gpointer data) {
+      [](GDBusConnection*, const gchar*, const gchar* path, const gchar*, gpointer data) {
+        const char* name = std::string_view(path).starts_with(kUsersPath) ? kUser : kSession;
         auto** infos = g_new0(GDBusInterfaceInfo*, 2);
         infos[0] = g_dbus_interface_info_ref(
-            g_dbus_node_info_lookup_interface(static_cast<Impl*>(data)->info.get(), kSession));
+            g_dbus_node_info_lookup_interface(static_cast<Impl*>(data)->info.get(), name));
         return infos;
       },
       [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
@@ -132,6 +150,9 @@ bool FakeLogind::Impl::serve(GDBusConnection* connection) {
   return g_dbus_connection_register_object(connection, kManagerPath, info->interfaces[0], &manager,
                                            this, nullptr, nullptr) != 0 &&
          g_dbus_connection_register_subtree(connection, kSessionsPath, &subtree,
+                                            G_DBUS_SUBTREE_FLAGS_DISPATCH_TO_UNENUMERATED_NODES,
+                                            this, nullptr, nullptr) != 0 &&
+         g_dbus_connection_register_subtree(connection, kUsersPath, &subtree,
                                             G_DBUS_SUBTREE_FLAGS_DISPATCH_TO_UNENUMERATED_NODES,
                                             this, nullptr, nullptr) != 0;
 }
@@ -149,6 +170,18 @@ void FakeLogind::Impl::manager_call(GDBusConnection* c, const gchar* sender, con
       return;
     }
     path = session_path(asked);
+  } else if (std::string_view(method) == "GetUser") {
+    guint32 uid = 0;
+    g_variant_get(parameters, "(u)", &uid);
+    const std::lock_guard lock(mutex);
+    const bool known = std::any_of(sessions.begin(), sessions.end(),
+                                   [uid](const auto& s) { return s.second.uid == uid; });
+    if (!known) {
+      g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.login1.NoSuchUser",
+                                                 "User not known or not logged in");
+      return;
+    }
+    path = user_path(uid);
   } else {
     guint32 pid = 0;
     g_variant_get(parameters, "(u)", &pid);
@@ -190,8 +223,18 @@ GVariant* FakeLogind::Impl::session_property(const gchar* path, const gchar* nam
         session.seat.empty() ? "/" : "/org/freedesktop/login1/seat/" + session.seat;
     return g_variant_new("(so)", session.seat.c_str(), seat.c_str());
   }
-  const std::string user = "/org/freedesktop/login1/user/_" + std::to_string(session.uid);
-  return g_variant_new("(uo)", session.uid, user.c_str());
+  return g_variant_new("(uo)", session.uid, user_path(session.uid).c_str());
+}
+
+GVariant* FakeLogind::Impl::user_property(const gchar* path, GError** failure) {
+  const std::lock_guard lock(mutex);
+  for (const auto& [uid, display] : displays) {
+    if (user_path(uid) != path) continue;
+    const std::string id = display.empty() ? "" : sessions.at(display).id;
+    return g_variant_new("(so)", id.c_str(), display.empty() ? "/" : display.c_str());
+  }
+  g_set_error_literal(failure, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_OBJECT, "No such user");
+  return nullptr;
 }
 
 void FakeLogind::Impl::shut_down() {
@@ -238,6 +281,8 @@ void FakeLogind::add_session(const std::string& id, uint32_t uid, const std::vec
                              bool active, const std::string& seat) {
   const std::lock_guard lock(impl_->mutex);
   impl_->sessions[session_path(id)] = {id, uid, active, seat};
+  std::string& display = impl_->displays[uid];
+  if (display.empty() && !seat.empty()) display = session_path(id);
   for (const pid_t pid : pids) impl_->processes[pid] = session_path(id);
 }
 

@@ -4,11 +4,13 @@
 // programs started after it find it, as with the private session bus.
 //
 // Served: Manager.GetSessionByPID(u) -> o (0: the caller's own process),
-// Manager.GetSession(s) -> o, and on each session object the properties Id
-// (s), User ((uo)), Seat ((so), ("", "/") for a session without one) and
-// Active (b); a change of Active is signalled with
-// PropertiesChanged, as logind does. Unknown pids and sessions answer
-// logind's errors NoSessionForPID and NoSuchSession.
+// Manager.GetSession(s) -> o, Manager.GetUser(u) -> o; on each session object
+// the properties Id (s), User ((uo)), Seat ((so), ("", "/") for a session
+// without one) and Active (b); on each user object Display ((so): the first
+// session added for the user at a seat, ("", "/") when none). A change of
+// Active is signalled with PropertiesChanged, as logind does. Unknown pids,
+// sessions and users answer logind's errors NoSessionForPID, NoSuchSession
+// and NoSuchUser.
 #pragma once
 
 #include <sys/types.h>

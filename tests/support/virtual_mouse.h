@@ -1,11 +1,14 @@
-// A mouse made through uinput (left, right and middle buttons, motion and a
-// wheel), for tests and benchmarks of the driver on real input devices.
-// usable() says whether this machine can make one at all.
+// A mouse made through uinput (five buttons, motion and a wheel), for tests
+// and benchmarks of the driver on real input devices, and a reader of any
+// input device found by its name. usable() says whether this machine can
+// make one at all.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <string_view>
 
+struct libevdev;
 struct libevdev_uinput;
 
 namespace cx::test {
@@ -28,5 +31,12 @@ class VirtualMouse {
   libevdev_uinput* device_ = nullptr;
   std::string node_;
 };
+
+// An input device opened for reading without blocking; its node is closed
+// with it.
+void close_input_device(libevdev* device);
+using InputDevice = std::unique_ptr<libevdev, decltype(&close_input_device)>;
+// The first event node whose device has this name, opened; null when none.
+InputDevice open_input_device(std::string_view name);
 
 }  // namespace cx::test

@@ -3,13 +3,17 @@
 // window but creates one that belongs to application NAME (WM_CLASS) and to
 // this process (_NET_WM_PID), lists it in _NET_CLIENT_LIST and makes it the
 // _NET_ACTIVE_WINDOW. The window outlives the tool, so the application stays
-// in front (and in the process list) after it exits.
+// in front (and in the process list) after it exits. "keys KEY..." plays the
+// user's keyboard through XTest, for menus and dialogs the agent shows.
 #include <unistd.h>
 #include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,7 +24,17 @@ constexpr const char* kUsage =
     "usage: corvex-desktopctl front NAME\n"
     "  front NAME   a new window of application NAME (WM_CLASS NAME, this process's\n"
     "               pid) becomes the active window; it stays when the tool exits\n"
-    "The display is $DISPLAY; it must have no window manager of its own.\n";
+    "       corvex-desktopctl keys KEY...\n"
+    "  keys KEY...  presses and releases each key in turn: Home, Up, Down, Return, Escape\n"
+    "The display is $DISPLAY; for front it must have no window manager of its own.\n";
+
+struct KeyName {
+  std::string_view name;
+  xcb_keysym_t keysym;
+};
+constexpr KeyName kKeys[] = {
+    {"Home", 0xff50}, {"Up", 0xff52}, {"Down", 0xff54}, {"Return", 0xff0d}, {"Escape", 0xff1b},
+};
 
 struct FreeDeleter {
   void operator()(void* p) const { std::free(p); }
@@ -91,10 +105,49 @@ int front(const std::string& name) {
   return 0;
 }
 
+// The first keycode that types `keysym`, or 0.
+xcb_keycode_t keycode_of(xcb_connection_t* c, xcb_keysym_t keysym) {
+  const xcb_setup_t* setup = xcb_get_setup(c);
+  const auto count = static_cast<uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+  const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, FreeDeleter> map(
+      xcb_get_keyboard_mapping_reply(c, xcb_get_keyboard_mapping(c, setup->min_keycode, count),
+                                     nullptr));
+  if (!map || map->keysyms_per_keycode == 0) return 0;
+  const xcb_keysym_t* syms = xcb_get_keyboard_mapping_keysyms(map.get());
+  for (int i = 0; i < xcb_get_keyboard_mapping_keysyms_length(map.get()); ++i)
+    if (syms[i] == keysym)
+      return static_cast<xcb_keycode_t>(setup->min_keycode + i / map->keysyms_per_keycode);
+  return 0;
+}
+
+int keys(int count, char** names) {
+  const Connection conn(xcb_connect(nullptr, nullptr));
+  xcb_connection_t* c = conn.get();
+  if (xcb_connection_has_error(c)) {
+    std::fprintf(stderr, "corvex-desktopctl: cannot open the display\n");
+    return 1;
+  }
+  for (int i = 0; i < count; ++i) {
+    const auto* key = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                   [&](const KeyName& k) { return k.name == names[i]; });
+    const xcb_keycode_t code = key == std::end(kKeys) ? 0 : keycode_of(c, key->keysym);
+    if (code == 0) {
+      std::fprintf(stderr, "corvex-desktopctl: no key %s\n", names[i]);
+      return 1;
+    }
+    xcb_test_fake_input(c, XCB_KEY_PRESS, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    xcb_test_fake_input(c, XCB_KEY_RELEASE, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    // One key at a time: each reaches its window before the next is pressed.
+    std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc == 3 && std::strcmp(argv[1], "front") == 0 && argv[2][0] != '\0') return front(argv[2]);
+  if (argc >= 3 && std::strcmp(argv[1], "keys") == 0) return keys(argc - 2, argv + 2);
   std::fputs(kUsage, stderr);
   return 2;
 }

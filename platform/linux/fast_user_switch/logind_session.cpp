@@ -44,11 +44,17 @@ bool LogindSession::find_path(State& failure) {
     session = call(logind::kName, logind::kManagerPath, logind::kManager, "GetSession",
                    g_variant_new("(s)", id), G_VARIANT_TYPE("(o)"), failure);
   }
-  if (!session) return false;
-  const gchar* path = nullptr;
-  g_variant_get(session.get(), "(&o)", &path);
-  path_ = path;
-  return true;
+  if (session) {
+    const gchar* path = nullptr;
+    g_variant_get(session.get(), "(&o)", &path);
+    path_ = path;
+    return true;
+  }
+  if (failure != State::OffConsole) return false;
+  ErrorPtr error;
+  path_ = logind::user_display(connection_.get(), getuid(), error);
+  if (error && logind::no_answer(error.get())) failure = State::Unreachable;
+  return !path_.empty();
 }
 
 LogindSession::State LogindSession::find() {

@@ -1,7 +1,8 @@
 // This process's login session as systemd-logind tells it, over the system
-// bus (DBUS_SYSTEM_BUS_ADDRESS when set): the session of this process, or of
-// XDG_SESSION_ID for a process outside any session (a user service), and
-// whether it is on the console: Active, at a seat.
+// bus (DBUS_SYSTEM_BUS_ADDRESS when set): the session of this process, or for
+// a process outside any session (a user service) that of XDG_SESSION_ID, else
+// the user's graphical session; and whether it is on the console: Active, at
+// a seat.
 #pragma once
 
 #include <gio/gio.h>
