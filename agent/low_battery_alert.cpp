@@ -6,6 +6,7 @@
 #include "diag/diag_writers.h"
 #include "driver/device_table.h"
 #include "platform/alerts.h"
+#include "platform/processes.h"
 #include "util/localized_strings.h"
 
 namespace cx {
@@ -69,7 +70,15 @@ int show_lo_bat_alert(int16_t unique_id) {
                  : list_string(kReplaceString);
 
   const std::string app = loadStringResource(kAgentNameString).value_or("Corvex Background");
-  if (platform::post_critical_notification(app, message, explanation)) return 0;
+  platform::Alerts& alerts = platform::alerts();
+  if (alerts.post_critical_notification(app, message, explanation)) return 0;
+  // The alert window takes the front; the user's application gets it back.
+  platform::ProcessSerialNumber front{};
+  const bool had_front = platform::GetFrontProcess(&front) == platform::noErr;
+  if (alerts.run_caution_alert(app, message, explanation)) {
+    if (had_front) platform::SetFrontProcess(&front);
+    return 0;
+  }
   // No one to tell on this desktop: the log keeps the warning.
   diag_3line(message.c_str(), " ", explanation.c_str(), kAlertLogLevel);
   return 0;

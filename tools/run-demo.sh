@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 tools/install-deps.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev -j "$(nproc)" --target corvex-background corvex-driverd \
-  corvex-driverctl corvexctl corvex-desktopctl cx_resources
+  corvex-driverctl corvexctl corvex-desktopctl cx_resources cx-desktop-standins
 
 bin=build/dev
 work=$(mktemp -d)
@@ -308,6 +308,69 @@ evdev_dir=$(mktemp -d)
 CORVEX_IOKIT_DIR=$evdev_dir timeout 3 "$bin/refdriver/corvex-driverd" --evdev 2>&1 \
   | grep -E "evdev:|uinput|serving" || true
 rm -rf "$evdev_dir"
+
+echo
+echo "== Low battery and a session switch, in a second session of its own where stand-ins"
+echo "   play systemd-logind and the desktop's notification server"
+(
+  s=$work/second
+  mkdir -p "$s/shared" "$s/config/corvex/Preferences"
+  cp -r "$XDG_CONFIG_HOME/corvex/Preferences/ByHost" "$s/config/corvex/Preferences/"
+  export CORVEX_IOKIT_DIR=$s/iokit CORVEX_SHARED_DIR=$s/shared XDG_CONFIG_HOME=$s/config
+  export CORVEX_LOCAL_PREFERENCES=$s/local XDG_SESSION_ID=second
+  unset DISPLAY
+  spids=()
+  trap 'kill "${spids[@]}" 2>/dev/null || true; wait 2>/dev/null || true' EXIT
+  dbus-daemon --session --nofork --print-address=1 >"$s/bus" 2>"$s/bus.err" &
+  spids+=($!)
+  DBUS_SESSION_BUS_ADDRESS=$(first_line "$s/bus")
+  export DBUS_SESSION_BUS_ADDRESS
+  # The driver keeps to its uid rule; logind is there for the agent.
+  "$bin/refdriver/corvex-driverd" >"$s/driverd.log" 2>&1 &
+  spids+=($!)
+  wait_for "$s/driverd.log" serving
+  "$bin/tests/support/cx-desktop-standins" second "$(id -u)" >"$s/desktop.log" 2>"$s/desktop.err" &
+  desktop=$!
+  spids+=($desktop)
+  DBUS_SYSTEM_BUS_ADDRESS=$(first_line "$s/desktop.log")
+  export DBUS_SYSTEM_BUS_ADDRESS
+  "$cp" monitor --save >"$s/panel.log" 2>&1 &
+  spids+=($!)
+  wait_for "$s/panel.log" "monitoring as VCXT"
+  "$bin/agent/corvex-background" >"$s/agent.out" 2>&1 &
+  spids+=($!)
+  wait_for "$s/panel.log" bact
+  echo "corvexctl status: $("$cp" status)"
+
+  echo "-- The wireless mouse (UniqueID 31) runs low; the user sees this notification:"
+  "$ctl" low-battery 31 >/dev/null
+  wait_for "$s/desktop.log" "notification from"
+  sed -n '/notification from/,$p' "$s/desktop.log"
+
+  echo "-- The session leaves the console: the agent asks the control panel whether to save"
+  echo "   (bdac; this panel answers 1), writes the preference file and lets the driver go"
+  kill -USR1 "$desktop"
+  wait_for "$s/panel.log" bdac
+  wait_for "$s/shared/CXBkgnd_Diags.txt" "writing prefs"
+  echo "corvexctl status: $("$cp" status); driver: $("$ctl" state | head -n1)"
+  echo "-- The driver hands the console to user 4242: this agent, off the console, stays out"
+  "$ctl" console-switch 4242 >/dev/null
+  echo "-- The session comes back: the agent claims the driver and reloads its settings"
+  kill -USR2 "$desktop"
+  for _ in $(seq 100); do
+    [ "$("$cp" status)" = active ] && break
+    sleep 0.05
+  done
+  echo "-- The driver hands the console to this user: asked to announce itself (code 15), the"
+  echo "   agent claims the driver again, which confirms it (code 14)"
+  "$ctl" console-switch "$(id -u)" >/dev/null
+  wait_for "$s/shared/CXBkgnd_Diags.txt" "action=15"
+  echo "corvexctl status: $("$cp" status); driver: $("$ctl" state | head -n1)"
+  echo "The control panel heard:"
+  cat "$s/panel.log"
+  echo "The agent's log of the switch (the device table went to the driver once):"
+  tr -d '\r' <"$s/shared/CXBkgnd_Diags.txt" | grep -E "Session|UID|writing prefs|Activating|Device Descriptors"
+)
 
 echo
 echo "== The control panel quits the agent"

@@ -1,8 +1,9 @@
+#include "platform/linux/alerts_gio.h"
+
 #include <gio/gio.h>
 
 #include <string>
 
-#include "platform/alerts.h"
 #include "platform/linux/apple_events_glib.h"
 
 namespace cx::platform {
@@ -20,8 +21,8 @@ constexpr int kCallTimeoutMs = 3000;
 
 }  // namespace
 
-bool post_critical_notification(std::string_view app_name, std::string_view summary,
-                                std::string_view body) {
+bool notify_on_session_bus(std::string_view app_name, std::string_view summary,
+                           std::string_view body) {
   // A connection of its own, not the process's shared one, which would end
   // the process when the bus goes away; alerts are rare.
   GError* raw_error = nullptr;

@@ -1,12 +1,12 @@
-// The helper bundle "CXDialogs": the agent's dialogs in GTK 3, loaded at the
-// first dialog. A dialog's pause runs the main loop, since an X window must
-// answer its exposures to stay drawn.
+// The agent's dialogs in GTK 3, inside the desktop helper bundle. A dialog's
+// pause runs the main loop, since an X window must answer its exposures to
+// stay drawn.
 #include <gtk/gtk.h>
 
 #include <memory>
 #include <string>
 
-#include "platform/dialogs.h"
+#include "platform/linux/dialogs_gtk.h"
 #include "platform/linux/gtk_ui.h"
 
 namespace cx::platform {
@@ -94,9 +94,10 @@ class GtkDialogs final : public Dialogs {
 };
 
 }  // namespace
-}  // namespace cx::platform
 
-extern "C" __attribute__((visibility("default"))) cx::platform::Dialogs* CXDialogsCreate() {
-  static cx::platform::GtkDialogs dialogs;
-  return &dialogs;
+Dialogs& gtk_dialogs() {
+  static GtkDialogs dialogs;
+  return dialogs;
 }
+
+}  // namespace cx::platform

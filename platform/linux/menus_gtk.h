@@ -1,4 +1,4 @@
-// The menu service on GTK 3, inside the menus helper bundle.
+// The menu service on GTK 3, inside the desktop helper bundle.
 #pragma once
 
 #include "platform/menus.h"

@@ -1,11 +1,6 @@
-// The menu service: the GTK helper bundle among the agent's resources,
+// The menu service: the desktop helper bundle among the agent's resources,
 // loaded on the first menu; without it, menus fail quietly.
-#include <cstdio>
-#include <memory>
-#include <string>
-
-#include "platform/bundles.h"
-#include "platform/linux/menus_helper.h"
+#include "platform/linux/desktop_ui_helper.h"
 #include "platform/menus.h"
 
 namespace cx::platform {
@@ -22,20 +17,8 @@ class NoMenus final : public Menus {
 };
 
 Menus* load_helper() {
-  const auto path = main_bundle().resource_path(kMenusHelperName, "bundle");
-  const std::unique_ptr<Bundle> bundle = path ? Bundle::open(*path) : nullptr;
-  std::string error = "no helper bundle";
-  // Kept for the life of the process: GTK cannot be unloaded.
-  static std::unique_ptr<LoadedExecutable> code;
-  if (bundle) code = bundle->load_executable(error);
-  const auto entry =
-      code ? reinterpret_cast<MenusHelperEntry>(code->function(kMenusHelperEntry)) : nullptr;
-  if (code && entry == nullptr) error = "no entry point";
-  if (entry == nullptr) {
-    std::fprintf(stderr, "Corvex Background: no popup menus: %s\n", error.c_str());
-    return nullptr;
-  }
-  return entry();
+  const auto entry = reinterpret_cast<DesktopUIMenus>(desktop_ui_entry(kDesktopUIMenus));
+  return entry ? entry() : nullptr;
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "agent/low_battery.h"
 #include "platform/preferences.h"
 #include "tests/support/agent_core.h"
 #include "tests/support/child_process.h"
+#include "tests/support/fake_alerts.h"
 #include "tests/support/fake_notifications.h"
 #include "util/byte_order.h"
 
@@ -115,6 +117,39 @@ TEST_F(LowBatteryTest, EachDueEntryNotifiesOnceAndTheTableIsWrittenAfterAll) {
        {std::pair{kPlain, 5000}, {kUnknown, 6000}, {kRechargeable, 7000}}) {
     EXPECT_EQ(stored(id, PrefUser::Any, PrefHost::Current), time);
     EXPECT_EQ(stored(id, PrefUser::Current, PrefHost::Any), -1);
+  }
+}
+
+// Without a notification server the alert is a window, which takes the front
+// for a while; without a display either, the log keeps it.
+TEST_F(LowBatteryTest, EachDueEntryIsShownOnceByTheFirstWayThereIs) {
+  const std::string plain =
+      "The battery of “Corvex Wireless Mouse” is low. / Replace the batteries soon to keep using "
+      "the device without interruption.";
+  const std::string rechargeable =
+      "The battery of “Corvex Wireless Mouse Rechargeable” is low. / Recharge the device soon. A "
+      "full charge takes about 4 hours.";
+  const platform::ProcessSerialNumber editor{0, 77}, agent{0, 78};
+  processes_.list = {{editor, platform::fourcc("ttxt"), "TextEdit"},
+                     {agent, platform::fourcc("cxbg"), "Corvex Background"}};
+  for (const auto& [server, display, way] : {std::tuple{true, true, "notification"},
+                                             {true, false, "notification"},
+                                             {false, true, "window"},
+                                             {false, false, ""}}) {
+    SCOPED_TRACE(::testing::Message() << "server " << server << ", display " << display);
+    start_log();
+    FakeAlerts alerts(server, display);
+    alerts.on_window = [&] { platform::SetFrontProcess(&agent); };
+    set_table({{kPlain, 5, kDue}, {kUnknown, 6, kDue}, {kRechargeable, 7, kDue}});
+    EXPECT_EQ(handle_lo_bat_alert(), 0);
+    const std::string how = way;
+    std::vector<std::string> expected{how + ": " + plain, how + ": " + rechargeable};
+    if (how.empty()) expected.clear();
+    EXPECT_EQ(alerts.shown, expected);
+    EXPECT_EQ(count_in_log("The battery of"), how.empty() ? 2 : 0) << log();
+    EXPECT_EQ(processes_.list.front().psn, editor);
+    EXPECT_EQ(entries(),
+              (std::vector<Entry>{{kPlain, 5, 0}, {kUnknown, 6, 0}, {kRechargeable, 7, 0}}));
   }
 }
 

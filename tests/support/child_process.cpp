@@ -40,6 +40,10 @@ PrivateSessionBus::PrivateSessionBus(const char* variable, const std::string& co
   pid_ = fork();
   if (pid_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);  // a crashed test leaves no daemon behind
+    // A parent that waits for its signals with them blocked must still be able to stop the daemon.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     dup2(fds[1], STDOUT_FILENO);
     close(fds[0]);
     close(fds[1]);
@@ -61,8 +65,21 @@ PrivateSessionBus::~PrivateSessionBus() {
   waitpid(pid_, nullptr, 0);
 }
 
+std::string write_open_bus_config(const std::string& dir) {
+  write_file(dir + "/bus.conf", "<busconfig>\n  <listen>unix:path=" + dir + "/bus_socket</listen>" +
+                                    R"(
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_sender="*"/>
+  </policy>
+</busconfig>
+)");
+  return dir + "/bus.conf";
+}
+
 // posix_spawn returns once the program runs, so its process name is already its own.
-BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv)
+BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv,
+                                     const std::vector<std::string>& env)
     : out_path_(temp_file()), err_path_(temp_file()) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -71,7 +88,11 @@ BackgroundProcess::BackgroundProcess(const std::vector<std::string>& argv)
   std::vector<char*> args;
   for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
   args.push_back(nullptr);
-  if (posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), environ) != 0) pid_ = -1;
+  std::vector<char*> vars;
+  for (const std::string& var : env) vars.push_back(const_cast<char*>(var.c_str()));
+  vars.push_back(nullptr);
+  char** const envp = env.empty() ? environ : vars.data();
+  if (posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), envp) != 0) pid_ = -1;
   posix_spawn_file_actions_destroy(&actions);
 }
 

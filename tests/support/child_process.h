@@ -24,10 +24,16 @@ class PrivateSessionBus {
   std::string address_;
 };
 
+// A bus configuration in `dir` that listens on a socket there and lets any
+// user connect, own names and send (tests play other users); its path.
+std::string write_open_bus_config(const std::string& dir);
+
 // A process with its stdout and stderr kept in files; SIGTERM when dropped.
 class BackgroundProcess {
  public:
-  explicit BackgroundProcess(const std::vector<std::string>& argv);
+  // `env` ("NAME=value" entries) replaces the test's environment when given.
+  explicit BackgroundProcess(const std::vector<std::string>& argv,
+                             const std::vector<std::string>& env = {});
   ~BackgroundProcess();
   BackgroundProcess(const BackgroundProcess&) = delete;
   BackgroundProcess& operator=(const BackgroundProcess&) = delete;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <grp.h>
+#include <pwd.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +14,22 @@ inline constexpr uid_t kNobody = 65534;
 
 inline bool can_play_other_users() {
   return geteuid() == 0;
+}
+
+// A second user for tests of two logins: one the system knows (a bus daemon
+// asks for its groups) other than root, nobody and the driver's placeholder
+// uid 1; 0 when there is none.
+inline uid_t another_known_user() {
+  uid_t found = 0;
+  setpwent();
+  while (const passwd* p = getpwent()) {
+    if (p->pw_uid > 1 && p->pw_uid != kNobody) {
+      found = p->pw_uid;
+      break;
+    }
+  }
+  endpwent();
+  return found;
 }
 
 // `body` runs in a forked child of a process that may have threads: it must
