@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ clang pkg-config python3
+  cmake ninja-build g++ clang pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   libplist-dev libglib2.0-dev libglib2.0-bin
   libxcb1-dev libxcb-ewmh-dev libxcb-xtest0-dev libgtk-3-dev gettext

@@ -197,6 +197,27 @@ cat >"$prefs" <<'PLIST'
 </plist>
 PLIST
 
+# A stand-in browser and file opener, registered through the XDG MIME database
+# as the desktop's default for web addresses and text files: the agent's
+# launches reach it, never a real browser.
+export XDG_DATA_HOME=$work/data
+mkdir -p "$XDG_DATA_HOME/applications"
+cat >"$work/opener.sh" <<SH
+#!/bin/sh
+echo "opened \$*" >>"$work/opened.txt"
+SH
+chmod +x "$work/opener.sh"
+cat >"$XDG_DATA_HOME/applications/corvex-demo-opener.desktop" <<DESKTOP
+[Desktop Entry]
+Type=Application
+Name=Demo opener
+Exec=$work/opener.sh %u
+MimeType=x-scheme-handler/https;text/plain;
+DESKTOP
+printf '[Default Applications]\nx-scheme-handler/https=corvex-demo-opener.desktop\ntext/plain=corvex-demo-opener.desktop\n' \
+  >"$XDG_CONFIG_HOME/mimeapps.list"
+echo "Meeting notes" >"$work/notes.txt"
+
 ctl="$bin/tools/driverctl/corvex-driverctl"
 cp="$bin/tools/corvexctl/corvexctl"
 desk="$bin/tools/desktopctl/corvex-desktopctl"
@@ -233,12 +254,24 @@ for app in TextEdit Safari; do
 done
 
 echo
-echo "== The control panel binds button 4 to a URL and the chord button to a text, and saves"
+echo "== The control panel binds button 4 to a URL, the chord button to a text and button 8 to a"
+echo "   file, and saves"
 "$cp" bind B4Button LaunchURL "https://www.example.org/corvex"
 "$cp" bind ChordButton PasteText "Kind regards,"
+"$cp" bind ButtonID_8 LaunchFile "$work/notes.txt"
 "$cp" save
 echo "The saved preference file:"
 cat "$prefs"
+
+echo
+echo "== In Safari, which has no set of its own, buttons 4 and 8 open the URL and the file"
+echo "   through the desktop's default handlers (here a stand-in that writes them down)"
+"$desk" front Safari
+sleep 0.5
+"$ctl" press 3
+"$ctl" press 8
+wait_for "$work/opened.txt" notes.txt
+sed 's/^/   the stand-in opener: /' "$work/opened.txt"
 
 echo
 echo "== Back in TextEdit the user presses both buttons, then a chord; a mouse is plugged in"

@@ -14,7 +14,6 @@
 #include "tests/support/fake_logind.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/user_session.h"
-#include "tests/support/xvfb.h"
 
 namespace cx::test {
 namespace {
@@ -86,22 +85,6 @@ TEST_F(AgentProcessTest, RefusesADriverOfAnotherInterfaceVersion) {
   EXPECT_EQ(session_.agent->wait_exit(), -10011 & 0xFF);
   EXPECT_NE(session_.agent->errors().find("Driver Version: 0x301(0x1)"), std::string::npos);
   EXPECT_TRUE(logged("End of Corvex Background.app Diagnostic Report"));
-}
-
-TEST_F(AgentProcessTest, FrontApplicationChangesReachTheDriver) {
-  const Xvfb display;
-  ASSERT_FALSE(display.display().empty()) << "Xvfb did not start";
-  setenv("DISPLAY", display.display().c_str(), 1);
-  start_driver();
-  session_.start_agent();
-  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
-  for (const std::string app : {"TextEdit", "Safari"}) {
-    EXPECT_EQ(run_command({Programs::desktopctl, "front", app}).exit_status, 0);
-    EXPECT_TRUE(eventually([&] {
-      return driverctl({"state"}).find("front application: " + app + " ") != std::string::npos;
-    })) << app;
-  }
-  EXPECT_TRUE(logged("Switching App to TextEdit\r\nSwitching App to Safari\r\n"));
 }
 
 TEST_F(AgentProcessTest, SessionSwitchAsksTheControlPanelAndActivatesOnlyOnce) {

@@ -14,6 +14,7 @@
 #include "diag/diag_timestamp.h"
 #include "diag/diag_writers.h"
 #include "platform/clock.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
 
 namespace cx {
@@ -106,11 +107,10 @@ TEST_F(DiagLogTest, OverwriteWithoutTruncatingOrAppendAcrossReopen) {
 }
 
 TEST_F(DiagLogTest, MacSharedFolderMapsToTheSharedDirectory) {
-  ::setenv("CORVEX_SHARED_DIR", dir_.path().c_str(), 1);
+  const test::ScopedEnv shared("CORVEX_SHARED_DIR", dir_.path());
   cc_diag_set_window_info(nullptr, "/Users/Shared/CXBkgnd_Diags.txt", 0, 0, 0, 0, 0, 0, 1);
   diag_line("shared", kRepair);
   close_diagnostic_window();
-  ::unsetenv("CORVEX_SHARED_DIR");
   EXPECT_EQ(test::read_file(dir_.file("CXBkgnd_Diags.txt")), "shared\r\n");
 }
 
@@ -260,16 +260,8 @@ constexpr char kDomain[] = "com.velcorra.corvex.background.diags";
 
 class DiagReadInfoTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", dir_.path().c_str(), 1);
-    ::setenv("CORVEX_MACHINE_ID", "testhost", 1);
-    diag_reset_state();
-  }
-  void TearDown() override {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("CORVEX_MACHINE_ID");
-    diag_reset_state();
-  }
+  void SetUp() override { diag_reset_state(); }
+  void TearDown() override { diag_reset_state(); }
   // Writes the current user's current-host file with the given dictionary body and reads it.
   void read_info(const std::string& body, const std::string& file = "ByHost/") {
     const std::string name = file == "ByHost/" ? file + kDomain + ".testhost" : file + kDomain;
@@ -281,6 +273,7 @@ class DiagReadInfoTest : public ::testing::Test {
   }
 
   test::TempDir dir_;
+  test::ScopedEnv config_{"XDG_CONFIG_HOME", dir_.path()}, host_{"CORVEX_MACHINE_ID", "testhost"};
 };
 
 TEST_F(DiagReadInfoTest, AppliesOnlyValuesOfTheExpectedType) {

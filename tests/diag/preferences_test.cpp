@@ -17,6 +17,7 @@
 #include "plist/plist_io.h"
 #include "plist/value.h"
 #include "tests/support/rename_hook.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
 
 namespace cx::platform {
@@ -24,15 +25,6 @@ namespace {
 
 class PreferencesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", dir_.file("config").c_str(), 1);
-    ::setenv("CORVEX_LOCAL_PREFERENCES", dir_.file("local").c_str(), 1);
-    ::setenv("CORVEX_MACHINE_ID", "m1", 1);
-  }
-  void TearDown() override {
-    for (const char* v : {"XDG_CONFIG_HOME", "CORVEX_LOCAL_PREFERENCES", "CORVEX_MACHINE_ID"})
-      ::unsetenv(v);
-  }
   // Stores {"k": value} for one scope of domain d.x in the given format.
   void store(PrefUser user, PrefHost host, int32_t value, plist::Format format) {
     auto dict = plist::make_dictionary();
@@ -48,6 +40,8 @@ class PreferencesTest : public ::testing::Test {
   }
 
   test::TempDir dir_;
+  test::ScopedEnv config_{"XDG_CONFIG_HOME", dir_.file("config")},
+      local_{"CORVEX_LOCAL_PREFERENCES", dir_.file("local")}, host_{"CORVEX_MACHINE_ID", "m1"};
 };
 
 TEST_F(PreferencesTest, EachScopeHasItsOwnFile) {

@@ -7,25 +7,19 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "driver/actlist_requests.h"
 #include "driver/app_requests.h"
-#include "driver/data_requests.h"
 #include "driver/device_descriptor.h"
 #include "driver/device_requests.h"
 #include "driver/device_table.h"
-#include "driver/driver_call.h"
 #include "driver/driver_connection.h"
-#include "driver/menu_requests.h"
 #include "driver/response_requests.h"
-#include "driver/save_list.h"
 #include "driver/transfer_request.h"
 #include "model/act_item_chain.h"
 #include "model/builtin_actlists.h"
-#include "model/flattened_data.h"
 #include "model/response_block.h"
 #include "platform/linux/user_client_socket.h"
 #include "tests/support/agent_link.h"
@@ -39,24 +33,9 @@ namespace {
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
-const char kUrl[] = "http://example.com/";
-
-// A pending popup menu and one background event are set up in every driver.
 class ReferenceDriverTest : public ::testing::Test {
  protected:
-  explicit ReferenceDriverTest(uint32_t adb_mice = 0)
-      : driver_(
-            [](refdriver::DriverState& state) {
-              state.menu.pending = true;
-              state.menu.button = 5;
-              state.menu.slots.resize(3);
-              std::memcpy(state.menu.slots[0].data(), "Home", 5);
-              std::memcpy(state.menu.slots[1].data(), "-", 2);
-              state.menu.x = 100;
-              state.menu.y = 200;
-              state.events.push(2, std::span(reinterpret_cast<const uint8_t*>(kUrl), 20));
-            },
-            adb_mice) {}
+  explicit ReferenceDriverTest(uint32_t adb_mice = 0) : driver_({}, adb_mice) {}
   void SetUp() override { ASSERT_TRUE(driver_.running()) << driver_.error(); }
   void TearDown() override { unsetenv("CORVEX_BUNDLE"); }
 
@@ -73,17 +52,6 @@ std::array<uint8_t, kActionNameSize> name_record(const char* text) {
 act_item_chain two_step_chain() {
   return act_item_chain(
       {make_act_item(0, 0x0102, 1, 0x0001, 7), make_act_item(4, 9, 2, 0x3000, 0)});
-}
-
-// An 80-byte device descriptor: product and vendor ids, unique id, a wheel.
-std::vector<uint8_t> descriptor(uint32_t unique_id) {
-  std::vector<uint8_t> d(kDeviceRecordSize);
-  std::memcpy(&d[0], "Trackball", 10);
-  std::memcpy(&d[10], "Corvex", 7);
-  store_be32(&d[28], unique_id);
-  store_be32(&d[36], 4);
-  store_be32(&d[40], 1);
-  return d;
 }
 
 // Builds response blocks in place behind SetResponseDataStart, growing the
@@ -106,116 +74,6 @@ int16_t store_click_responses(uint8_t first_button, int count, uint16_t items_pe
   }
 }
 
-TEST_F(ReferenceDriverTest, EveryRequestRoundTrips) {
-  std::array<act_item, 4> items{};
-  std::array<char, 32> key{};
-  std::array<char, 128> app{};
-  std::array<uint8_t, kActionNameSize> name{};
-  mouse_version_info info;
-  uint32_t len = 0;
-  int16_t x = 0, y = 0, status = 0;
-
-  // Devices and mouse information, also by the older flattened exchange.
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  EXPECT_EQ(load_be16(&info.bytes[2]), 0x0300);
-  std::vector<uint8_t> records = descriptor(0x1111), second = descriptor(0x2222);
-  records.insert(records.end(), second.begin(), second.end());
-  EXPECT_EQ(InitializeDriver(records.data(), 2), 2);
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  EXPECT_EQ(info.bytes[5], 2);
-  EXPECT_NE(load_be32(&info.bytes[16]) & 0x400, 0u);  // the first device has a wheel
-
-  // Action lists, menu entries, names and the save list.
-  const act_item_chain chain = two_step_chain();
-  EXPECT_EQ(SetActionList(0, 5, chain.head()), 0);
-  EXPECT_EQ(GetActionListSize(0, 5), 2);
-  ASSERT_EQ(GetActionList(0, 5, items), 2);
-  EXPECT_EQ(items[0].extra_info, 7u);
-  EXPECT_EQ(items[0].link, &items[1]);
-  EXPECT_EQ(items[1].act, 0x3000);
-  EXPECT_EQ(SetMenuActionList(0, 5, 3, chain.head()->link), 0);
-  EXPECT_EQ(GetMenuActionListSize(0, 5, 3), 1);
-  ASSERT_EQ(GetMenuActionList(0, 5, 3, items), 1);
-  EXPECT_EQ(items[0].mods, 4);
-  EXPECT_EQ(SetActionName(0, 5, 3, name_record("Scroll down")), 1);
-  EXPECT_EQ(GetActionName(0, 5, 3, name), 1);
-  EXPECT_EQ(name, name_record("Scroll down"));
-
-  // Dataspaces, global and per-application data.
-  const int16_t index = AllocateSpace(12, -1), global = AllocateSpace(4, -2);
-  ASSERT_GT(index, 0);
-  EXPECT_GE(global, 256);
-  char text[] = "hello world", back[12] = {};
-  EXPECT_NE(CXAccessData(index, 12, 0, text, 12), nullptr);
-  EXPECT_EQ(GetDataSize(index), 12);
-  EXPECT_NE(CXAccessData(index, 40, 1, back, 12), nullptr);
-  EXPECT_STREQ(back, "hello world");
-  uint8_t data[6] = {1, 2, 3, 4, 5, 6}, read[6] = {};
-  EXPECT_EQ(CXAccessGlobalData(2, kDataModeWrite, data, 5), 1);
-  EXPECT_EQ(CXAccessGlobalData(2, kDataModeRead, read, 5), 1);
-  EXPECT_EQ(std::memcmp(data, read, 5), 0);
-
-  // Application sets and their cache.
-  EXPECT_EQ(InControlPanel(1), 1);
-  EXPECT_EQ(CurrentEditApp("com.example.app", "Example"), 1);
-  EXPECT_EQ(QueryEditApp(key, app), 1);
-  EXPECT_STREQ(app.data(), "Example");
-  key.fill('\0');
-  EXPECT_EQ(GetAppName(1, key, app), 1);
-  EXPECT_STREQ(key.data(), "com.example.app");
-  EXPECT_NE(CXDoSwitchApp("Example", 8), nullptr);
-  EXPECT_EQ(CurrentEditApp("", ""), 1);
-  EXPECT_EQ(DeleteAppName("com.example.app"), 1);
-  EXPECT_EQ(GetAppName(1, key, app), 0);
-  EXPECT_EQ(InControlPanel(0), 1);
-
-  // Responses stored in place and by copy, then fetched.
-  EXPECT_EQ(store_click_responses(7, 1, 2), 1);
-  const uint8_t* run = GetFullResponse(0, 7, &len, &status);
-  ASSERT_NE(run, nullptr);
-  EXPECT_EQ(status, 1);
-  uint32_t payload_length = 0;
-  const uint8_t* payload = CXTransferValidate(run, len, &payload_length);
-  ASSERT_NE(payload, nullptr);
-  EXPECT_EQ(payload[0], 7);  // button first, then mods
-  EXPECT_STREQ(reinterpret_cast<const char*>(payload + 4), "Clicks");
-  std::vector<uint8_t> block(512);
-  CXTransferContext ctx;
-  CXTransferStartWithRequest(&ctx, block.data(), 512, 27);
-  uint8_t* at = CXTransferAvailSpace(&ctx, &payload_length);
-  CXTransferTakeSpace(&ctx,
-                      build_launch_url_response_block(at, payload_length, 0, 8, 0, false, kUrl));
-  EXPECT_EQ(SetResponseDataCopy(block.data(), CXTransferEnd(&ctx)), 1);
-  run = GetSingleResponse(0, 8, 0, &len, &status);
-  ASSERT_NE(run, nullptr);
-  EXPECT_EQ(status, 1);
-  EXPECT_NE(std::string(reinterpret_cast<const char*>(run), len).find(kUrl), std::string::npos);
-  EXPECT_NE(GetResponses(0, 25, 0, 0, &len, &status), nullptr);
-  EXPECT_EQ(status, 3);  // button 5 with its list above, 7 and 8
-
-  // The pending popup menu, the pointer and the background event.
-  ASSERT_EQ(CheckMenuSize(&x, &y), 1);
-  EXPECT_EQ(x, 3);
-  EXPECT_EQ(y, 5);
-  std::vector<uint8_t> names(3 * kMenuNameSize);
-  ASSERT_EQ(GetMenuNames(3, names.data(), &x, &y), 3);
-  EXPECT_STREQ(reinterpret_cast<const char*>(names.data() + 32), "-");
-  EXPECT_EQ(x, 100);
-  EXPECT_EQ(y, 200);
-  SetMenuActionList(0, 5, 1, chain.head());
-  EXPECT_EQ(ExecuteMenuItems(1), 1);
-  EXPECT_EQ(ClearAllMenuLists(), 1);
-  EXPECT_EQ(CheckMenuSize(&x, &y), 0);
-  EXPECT_EQ(SetAbsoluteMouse(-5, 40), 1);
-  const uint8_t* event = GetNextBackgroundEvent(&len, &status);
-  ASSERT_NE(event, nullptr);
-  EXPECT_EQ(status, 2);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(event), len), std::string(kUrl, 20));
-  EXPECT_NE(GetNextBackgroundEvent(&len, &status), nullptr);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(len, 0u);
-}
-
 TEST_F(ReferenceDriverTest, LargeRequestsAndRepliesGrowBothBuffers) {
   // 200 responses of 60 items: about 200 KiB each way.
   ASSERT_EQ(store_click_responses(0, 200, 60), 200);
@@ -226,14 +84,6 @@ TEST_F(ReferenceDriverTest, LargeRequestsAndRepliesGrowBothBuffers) {
   EXPECT_EQ(status, 200);
   EXPECT_GT(len, 0x30000u);
   EXPECT_EQ(out_shmem->size, 0x40000u);
-  // The flattened path never grows: a record one byte over is refused.
-  CXFlattenedData over;
-  std::vector<uint8_t> filler(0x40000 - 3);
-  over.write(filler.data(), filler.size());
-  CaptureStderr();
-  CallToDriver(&over);
-  EXPECT_EQ(GetCapturedStderr(), "Driver communication larger than 64K\n");
-  EXPECT_EQ(over.getSize(), 0x40001u);
 }
 
 // Run only as the second agent of TwoAgentsShareOneDriver, in its own process.
@@ -259,31 +109,6 @@ TEST_F(ReferenceDriverTest, TwoAgentsShareOneDriver) {
   EXPECT_EQ(GetActionName(0, 5, 0, name), 1);
   EXPECT_EQ(name, name_record("Set by the second agent"));
   EXPECT_EQ(InControlPanel(0), 1);
-}
-
-TEST_F(ReferenceDriverTest, TheDaemonGoingAwayMidRun) {
-  mouse_version_info info;
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  driver_.stop();
-  CaptureStderr();
-  EXPECT_EQ(GetActionListSize(0, 1), 0);
-  uint32_t len = 0;
-  int16_t status = 0;
-  EXPECT_EQ(MakeSimpleTransferRequest(6, nullptr, 0, &len, &status), nullptr);
-  EXPECT_EQ(status, -50);
-  EXPECT_EQ(AllocateSpace(4, -1), -100);
-  EXPECT_EQ(GetCapturedStderr().rfind(
-                "Corvex - Driver comm failed with error 0xe00002c0 and output=0\n", 0),
-            0u);
-  // The link stays up until the agent closes it; it never reconnects by itself.
-  EXPECT_TRUE(driver_connected);
-  CaptureStderr();
-  DisconnectFromDriver();
-  GetCapturedStderr();
-  EXPECT_FALSE(driver_connected || in_shmem || out_shmem);
-  ASSERT_TRUE(driver_.start()) << driver_.error();
-  ASSERT_EQ(GetMouseInfo(info), 1);
-  EXPECT_EQ(info.bytes[4], 1);
 }
 
 // The device table upload, with three ADBID32 mice for the firmware call.

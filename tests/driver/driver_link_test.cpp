@@ -9,6 +9,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "driver/actlist_requests.h"
 #include "driver/app_requests.h"
@@ -453,6 +455,29 @@ TEST_F(DriverLinkTest, RepliesAreCopiedOut) {
   driver.answer(1, text("k1") + text("A long application name"));
   EXPECT_EQ(GetAppName(1, key, app), 1);
   EXPECT_STREQ(app.data(), "A long ");
+  // Lists are linked where they land; a name is its whole record.
+  std::array<act_item, 4> items{};
+  driver.answer(2, sample_chain_wire());
+  ASSERT_EQ(GetActionList(0, 1, items), 2);
+  EXPECT_EQ((std::vector<int>{items[0].ch12, items[0].act, items[1].act}),
+            (std::vector<int>{0x0304, 0x7F00, 0x3000}));
+  EXPECT_EQ(items[0].extra_info, 0x05060708u);
+  EXPECT_EQ(items[0].link, &items[1]);
+  EXPECT_EQ(items[1].link, nullptr);
+  std::array<uint8_t, 36> name{};
+  driver.answer(1, pattern(36, 1));
+  EXPECT_EQ(GetActionName(0, 1, 1, name), 1);
+  EXPECT_EQ(Bytes(name.begin(), name.end()), pattern(36, 1));
+  // The popup menu: its size, then its names with the pointer after them.
+  int16_t x = 0, y = 0;
+  driver.answer(1, {0, 3, 0, 5});
+  EXPECT_EQ(CheckMenuSize(&x, &y), 1);
+  EXPECT_EQ(std::pair(x, y), (std::pair<int16_t, int16_t>(3, 5)));
+  Bytes names(3 * 32, 0xEE);
+  driver.answer(2, pattern(64, 1) + Bytes{1, 1, 0, 100, 2, 2, 0, 200});
+  EXPECT_EQ(GetMenuNames(3, names.data(), &x, &y), 2);
+  EXPECT_EQ(names, pattern(64, 1) + Bytes(32, 0xEE));
+  EXPECT_EQ(std::pair(x, y), (std::pair<int16_t, int16_t>(100, 200)));
 }
 
 TEST_F(DriverLinkTest, ResponseDataCopyGrowsBothBuffersButInPlaceNeverGrows) {

@@ -19,6 +19,7 @@
 #include "platform/linux/apple_events_glib.h"
 #include "platform/processes.h"
 #include "tests/support/child_process.h"
+#include "tests/support/golden.h"
 
 namespace cx::platform {
 namespace {
@@ -103,17 +104,7 @@ TEST(AppleEventBus, CorvexctlCommandsReachTheAgentWithTheirData) {
   EXPECT_EQ(corvexctl({"restore", "everything"}).exit_status, 2);
   EXPECT_EQ(corvexctl({"menu-extra"}).exit_status, 2);
   const CommandResult info = corvexctl({"mouse-info"});
-  EXPECT_EQ(
-      info.out,
-      "size: 180\nversion: 0x0300\nrevision: 1\ndevices: 2\ndescriptors: 5\n"
-      "device 1:\n  UniqueID: 0x00c0ffee\n  capabilities: 0x00000605 (5 buttons, ring, wheel)\n"
-      "  DevType: 1\n  DevKind: 2\n  WirelessBatteryID: 3\n  MoveMultiplier: 4\n"
-      "  AccelerationTableIndex: 5\n  NumPresets: 6\n  FirstPreset: 7\n"
-      "device 2:\n  UniqueID: 0x12345678\n"
-      "  capabilities: 0x00001d03 (3 buttons, wireless, wheel, pan wheel, wheel reversed)\n"
-      "  DevType: 11\n  DevKind: 12\n  WirelessBatteryID: 13\n  MoveMultiplier: 14\n"
-      "  AccelerationTableIndex: 15\n  NumPresets: 16\n  FirstPreset: 17\n")
-      << info.err;
+  EXPECT_EQ(info.out, test::read_text("corvexctl_mouse_info.txt")) << info.err;
   EXPECT_EQ(corvexctl({"quit"}).exit_status, 0);
   EXPECT_EQ(fake->wait_exit(), 0);
   EXPECT_EQ(fake->output(),

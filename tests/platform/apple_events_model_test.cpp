@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "platform/apple_events.h"
-#include "tests/support/fake_apple_events.h"
 
 namespace cx::platform {
 namespace {
@@ -175,32 +174,6 @@ TEST(HandlerTable, ExceptionsAreCaughtAndReportedWithTheHandlersLine) {
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(table.dispatch(event("thri"), reply), errAEEventFailed);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
-}
-
-TEST(FakeAppleEvents, RoutesBySignatureAndPsnWithNullReplyForNoReplySends) {
-  AEHandlerTable agent;
-  agent.install(fourcc("cxvx"), fourcc("gbac"), answer_refcon, 5);
-  testing::FakeAppleEvents fake;
-  fake.add_process(fourcc("VCVX"), 4242, &agent);
-
-  ProcessSerialNumber psn{};
-  ASSERT_EQ(fake.find_process_by_signature(fourcc("VCVX"), psn), noErr);
-  EXPECT_EQ(psn, (ProcessSerialNumber{0, 4242}));
-  AppleEvent reply;
-  AppleEvent ask(fourcc("cxvx"), fourcc("gbac"), make_psn_desc(psn));
-  ASSERT_EQ(fake.send(ask, &reply, AESendMode::wait_reply, kNoTimeOut), noErr);
-  EXPECT_EQ(*reply.find_param(keyDirectObject), make_long_desc(5));
-
-  AppleEvent untouched;
-  ASSERT_EQ(fake.send(ask, &untouched, AESendMode::no_reply, kNoTimeOut), noErr);
-  EXPECT_TRUE(untouched.is_null());
-
-  fake.remove_process(fourcc("VCVX"));
-  EXPECT_EQ(fake.find_process_by_signature(fourcc("VCVX"), psn), procNotFound);
-  EXPECT_EQ(psn, ProcessSerialNumber{});
-  EXPECT_EQ(fake.send(ask, &reply, AESendMode::wait_reply, kNoTimeOut), procNotFound);
-  ASSERT_EQ(fake.sent.size(), 3u);
-  EXPECT_EQ(fake.sent[2].result, procNotFound);
 }
 
 }  // namespace

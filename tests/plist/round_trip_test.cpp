@@ -193,22 +193,7 @@ TEST(WriteTest, BinaryLayoutSharesEqualScalars) {
   list->append(make_string("a"));
   d->set("b", list);
   const WriteResult w = write_plist(*d, Format::Binary);
-  // clang-format off
-  const std::vector<uint8_t> expected = {
-      'b', 'p', 'l', 'i', 's', 't', '0', '0',
-      0xD2, 1, 3, 2, 4,                 // 0: keys "a" "b", values 1 [true "a"]
-      0x51, 'a',                        // 1
-      0x10, 0x01,                       // 2
-      0x51, 'b',                        // 3
-      0xA2, 5, 1,                       // 4: the array reuses object 1 for "a"
-      0x09,                             // 5
-      8, 13, 15, 17, 19, 22,            // offset table
-      0, 0, 0, 0, 0, 0, 1, 1,           // offset and reference sizes
-      0, 0, 0, 0, 0, 0, 0, 6,           // objects
-      0, 0, 0, 0, 0, 0, 0, 0,           // root
-      0, 0, 0, 0, 0, 0, 0, 23};         // offset table start
-  // clang-format on
-  EXPECT_EQ(w.bytes, expected);
+  EXPECT_EQ(w.bytes, test::read_hex("shared_scalars.hex"));
 }
 
 TEST(WriteTest, BinaryIntegerWidths) {

@@ -2,6 +2,7 @@
 // driver -> write pass -> user file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -192,70 +193,22 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
 }
 
 // Each file holds one bad value beside a valid chording speed, which must
-// still reach the driver; the file itself stays as it was.
+// still reach the driver unless the file cannot be read at all; the file
+// itself stays as it was. The last file's valid level stays in the driver.
 TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
-  struct Case {
-    const char* what;
-    std::string text;
-    int chord;
-  };
-  const std::string head =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist "
-      "version=\"1.0\"><dict><key>CXPrefData</key>";
-  const std::string chord = "<key>ChordingSpeedData</key><integer>321</integer>";
-  auto system = [&](const std::string& inner) {
-    return head + "<dict><key>SystemWideData</key><dict>" + chord + inner +
-           "</dict></dict></dict></plist>";
-  };
-  auto sets = [&](const std::string& inner) {
-    return head + "<dict><key>SystemWideData</key><dict>" + chord +
-           "</dict><key>ApplicationSetData</key><dict>" + inner + "</dict></dict></dict></plist>";
-  };
-  const Case cases[] = {
-      {"truncated file", system("").substr(0, 120), 200},
-      {"not a property list", "CXPrefData = 1", 200},
-      {"root is a string", head + "<string>x</string></dict></plist>", 200},
-      {"levels are an array", system("<key>AccelerationData</key><array/>"), 321},
-      {"thresholds are a dictionary",
-       system("<key>AccelerationTableData</key><dict><key>Mouse4AccelTable</key><dict>"
-              "<key>Thresholds</key><dict/><key>MultiplierRows</key><array><string>x</string>"
-              "<array><integer>1</integer></array></array></dict></dict>"),
-       321},
-      {"thirteen thresholds",
-       system("<key>AccelerationTableData</key><dict><key>Tball8AccelTable</key><dict>"
-              "<key>Thresholds</key><array>" +
-              [] {
-                std::string s;
-                for (int i = 0; i < 13; ++i) s += "<integer>1</integer>";
-                return s;
-              }() +
-              "</array></dict></dict>"),
-       321},
-      {"set is a number", sets("<key>Bad</key><integer>3</integer>"), 321},
-      {"button is a string",
-       sets("<key>Default</key><dict><key>ButtonData</key><dict><key>LeftButton</key>"
-            "<string>Click</string><key>RightButton</key><array><integer>1</integer></array>"
-            "</dict></dict>"),
-       321},
-      {"scroll flag is a number",
-       sets("<key>Default</key><dict><key>ScrollingData</key><dict><key>ClockWiseIsUp</key>"
-            "<integer>1</integer><key>ScrollSpeed</key><true/></dict></dict>"),
-       321},
-      {"name is a date",
-       sets("<key>X</key><dict><key>ApplicationName</key><date>2001-01-01T00:00:00Z</date></dict>"),
-       321},
-      // Last, so that its valid level is still in the driver below.
-      {"level is a string",
-       system("<key>AccelerationData</key><dict><key>Tball2AccelLevel</key><string>fast</string>"
-              "<key>Mouse4AccelLevel</key><integer>7</integer></dict>"),
-       321},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    write_file(user_file(), c.text);
+  std::vector<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::directory_iterator(
+           std::string(std::getenv("CX_TEST_DATA")) + "/bad_values"))
+    files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  ASSERT_EQ(files.size(), 11u);
+  for (const auto& file : files) {
+    SCOPED_TRACE(file.filename().string());
+    write_file(user_file(), read_file(file.string()));
     const auto before = user_file_bytes();
     load();
-    EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], c.chord);
+    const bool unreadable = file.filename().string().find("unreadable") != std::string::npos;
+    EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], unreadable ? 200 : 321);
     EXPECT_EQ(user_file_bytes(), before);
   }
   EXPECT_EQ(global_record(2)[1], 7) << "the valid level beside the bad one";

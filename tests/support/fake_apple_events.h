@@ -37,9 +37,6 @@ class FakeAppleEvents : public platform::AppleEventService {
                    const platform::AEHandlerTable* table) {
     processes_.push_back(Process{signature, pid, table});
   }
-  void remove_process(platform::OSType signature) {
-    std::erase_if(processes_, [&](const Process& p) { return p.signature == signature; });
-  }
 
   platform::AEHandlerTable& handlers() override { return own_handlers_; }
 

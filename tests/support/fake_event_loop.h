@@ -33,22 +33,6 @@ class FakeEventLoop final : public platform::EventLoop {
     state_->now = end;
   }
 
-  // Calls every watch on `fd` once; returns how many there were.
-  int signal_fd(int fd) {
-    std::vector<uint64_t> ids;
-    for (const auto& [id, w] : state_->watches)
-      if (w.first == fd) ids.push_back(id);
-    int called = 0;
-    for (uint64_t id : ids) {
-      auto it = state_->watches.find(id);
-      if (it == state_->watches.end()) continue;  // dropped by an earlier callback
-      Callback cb = it->second.second;
-      cb();
-      ++called;
-    }
-    return called;
-  }
-
   // Jumps from deadline to deadline until quit(); returns early when no
   // timer is left, since nothing else could wake a fake loop.
   void run() override {

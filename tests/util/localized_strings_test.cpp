@@ -9,23 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scoped_env.h"
+
 namespace cx::test {
 namespace {
-
-// Sets an environment variable for one test and puts back what was there.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = getenv(name)) old_ = old;
-    set(value);
-  }
-  ~ScopedEnv() { set(old_ ? old_->c_str() : nullptr); }
-
- private:
-  void set(const char* value) { value ? setenv(name_, value, 1) : unsetenv(name_); }
-  const char* name_;
-  std::optional<std::string> old_;
-};
 
 std::vector<std::string> string_list(int list_id) {
   std::vector<std::string> items;

@@ -12,6 +12,7 @@
 #include "agent/foreground_app.h"
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
+#include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
 
 namespace cx::test {
@@ -22,17 +23,10 @@ using Paths = std::vector<std::string>;
 class LoginItemsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    setenv("CORVEX_BUNDLE", CX_AGENT_BUNDLE, 1);
-    setenv("XDG_CONFIG_HOME", dir_.file("config").c_str(), 1);
-    setenv("CORVEX_LOCAL_PREFERENCES", dir_.file("local").c_str(), 1);
     unsetenv("LANGUAGE");
     cleanupPreferenceIdentifiers();
   }
-  void TearDown() override {
-    for (const char* v : {"CORVEX_BUNDLE", "XDG_CONFIG_HOME", "CORVEX_LOCAL_PREFERENCES"})
-      unsetenv(v);
-    cleanupPreferenceIdentifiers();
-  }
+  void TearDown() override { cleanupPreferenceIdentifiers(); }
   static std::string file(int all_users) {
     return all_users ? platform::preference_file_path("loginwindow", platform::PrefUser::Any,
                                                       platform::PrefHost::Current)
@@ -61,6 +55,9 @@ class LoginItemsTest : public ::testing::Test {
   }
 
   TempDir dir_;
+  ScopedEnv bundle_{"CORVEX_BUNDLE", CX_AGENT_BUNDLE},
+      config_{"XDG_CONFIG_HOME", dir_.file("config")},
+      local_{"CORVEX_LOCAL_PREFERENCES", dir_.file("local")};
 };
 
 TEST_F(LoginItemsTest, DeleteRemovesEveryItemWithTheSuffix) {
