@@ -352,7 +352,7 @@ wait_for "$prefs" "example.org/corvex/guide"
 echo "The driver's menu entry for button 2:"
 "$ctl" state | grep -i "guide"
 echo "The saved preference file:"
-grep -B2 -A2 "example.org/corvex/guide" "$prefs"
+grep -B7 -A2 "example.org/corvex/guide" "$prefs"
 kill "$browser"
 
 echo
