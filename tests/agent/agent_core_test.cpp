@@ -142,32 +142,29 @@ TEST_F(SessionTest, OffConsoleOnlyWithdrawsItsOwnUser) {
 
 using ForegroundTest = AgentTest;
 
-TEST_F(ForegroundTest, InactiveAgentCountsOnAndRemovesTheLoginItemOnce) {
+// Ticks count on while the agent is inactive; the first tick past the
+// fiftieth of an active one drains the queue.
+TEST_F(ForegroundTest, FiftiethTickRemovesTheLoginItemOnceAndDrainsOnlyWhenActive) {
   installForegroundAppTimer();
+  queue(driver_, 6, "");
   loop_.advance(std::chrono::milliseconds(1000 + 48 * 200));
   EXPECT_EQ(timer_driver_poll_count, 49);
   EXPECT_EQ(removed_login_item, 0u);
   loop_.advance(std::chrono::milliseconds(200));  // 10.8 s: the 50th tick
   EXPECT_EQ(removed_login_item, 1u);
-  loop_.advance(std::chrono::milliseconds(200));
-  EXPECT_EQ(timer_driver_poll_count, 51);
-  EXPECT_EQ(processes_.front_queries, 0);
-  timer_driver_poll_count = 32767;
-  foregroundAppTimerAction(nullptr, nullptr);
-  EXPECT_EQ(timer_driver_poll_count, -32768);
-  removeForegroundAppTimer();
-}
-
-TEST_F(ForegroundTest, ActiveAgentDrainsTheQueueOnTheFiftiethTick) {
-  background_app_active = 1;
-  queue(driver_, 6, "");
-  for (int tick = 1; tick < 50; ++tick) foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(timer_driver_poll_count, 50);
   EXPECT_EQ(driver_.state().events.size(), 1u);
-  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(processes_.front_queries, 0);
+  background_app_active = 1;
+  loop_.advance(std::chrono::milliseconds(200));
   EXPECT_EQ(driver_.state().events.size(), 0u);
   EXPECT_EQ(timer_driver_poll_count, 0);
   EXPECT_EQ(count_in_log("Opening Home Page"), 1);
   EXPECT_EQ(launcher_.opened, std::vector<std::string>{"(browser)"});
+  timer_driver_poll_count = 32767;
+  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(timer_driver_poll_count, -32768);
+  removeForegroundAppTimer();
 }
 
 TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
@@ -200,19 +197,12 @@ TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
 
 // The real main loop and X11 process service on a private X server, where
 // corvex-desktopctl plays the window manager.
-class FrontWatchTest : public AgentTest {
- protected:
-  void SetUp() override {
-    AgentTest::SetUp();
-    ASSERT_FALSE(xvfb_.display().empty());
-    platform::set_event_loop(nullptr);
-    platform::set_processes(nullptr);
-  }
-  Xvfb xvfb_;
-  ScopedEnv display_{"DISPLAY", xvfb_.display()};
-};
-
-TEST_F(FrontWatchTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
+TEST_F(ForegroundTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
+  const Xvfb xvfb;
+  ASSERT_FALSE(xvfb.display().empty());
+  const ScopedEnv display("DISPLAY", xvfb.display());
+  platform::set_event_loop(nullptr);
+  platform::set_processes(nullptr);
   background_app_active = 1;
   installForegroundAppTimer();
   auto& loop = platform::event_loop();

@@ -70,8 +70,6 @@ TEST_F(AgentProcessTest, ServesTheDriverAndTheControlPanelUntilQuit) {
   driverctl({"chord"});
   EXPECT_TRUE(monitor.wait_for_output("UPDt"));
   EXPECT_TRUE(monitor.wait_for_output("cord"));
-  driverctl({"event", "2", "687474703a2f2f6578616d706c652e6f72672f00"});
-  EXPECT_TRUE(logged("Launching URL\r\n"));
 
   const CommandResult info = session_.corvexctl({"mouse-info"});
   EXPECT_EQ(info.exit_status, 0) << info.err;
