@@ -231,10 +231,8 @@ TEST_F(SetupTest, SetUpReachesTheLoopAndTearDownUndoesIt) {
   unsetenv("CORVEX_SYSTEM_VERSION");
   EXPECT_EQ(driver_.state().events.size(), 0u);
   EXPECT_TRUE(launcher_.opened.empty());
-  for (const platform::OSType id :
-       {fourcc("mnex"), fourcc("wprf"), fourcc("rdpf"), fourcc("gbac"), fourcc("minf")})
+  for (const platform::OSType id : {fourcc("wprf"), fourcc("rdpf"), fourcc("gbac"), fourcc("minf")})
     EXPECT_TRUE(events_.handlers().has_handler(fourcc("cxvx"), id)) << platform::fourcc_text(id);
-  EXPECT_TRUE(events_.handlers().has_handler(fourcc("aevt"), fourcc("quit")));
   EXPECT_EQ(events_.served, std::vector<platform::OSType>{fourcc("VCVX")});
   EXPECT_EQ(active_user().state, 2);
   EXPECT_EQ(loop_.timer_count(), 1u);
