@@ -158,11 +158,8 @@ TEST(DataRecords, GlobalAndApplicationRecordsKeepTheirSizes) {
   EXPECT_EQ(h.data(rq::CXAccessGlobalData, record_read(2, 5)), levels);
   EXPECT_EQ(h.data(rq::CXAccessGlobalData, record_read(500, 6)), (Bytes{7, 8, 9}));
   EXPECT_EQ(h.data(rq::CXAccessGlobalData, record_read(499, 6)), Bytes(6));
-  for (uint16_t i = 1; i < 64; ++i) {
-    ASSERT_EQ(
-        h.call(rq::CXAccessGlobalData, {record_write(static_cast<uint16_t>(1000 + i), Bytes{1})})
-            .status,
-        kDone);
+  for (uint16_t i = 1001; i < 1064; ++i) {
+    ASSERT_EQ(h.call(rq::CXAccessGlobalData, {record_write(i, Bytes{1})}).status, kDone);
   }
   EXPECT_EQ(h.call(rq::CXAccessGlobalData, {record_write(2000, Bytes{1})}).status, kNoRoom);
 
