@@ -1,5 +1,6 @@
 // Bundles as folders: resources by name and type, the main bundle and its
-// override, helper bundles loaded as shared objects, the interface file.
+// override, the interface file. Helper bundles are loaded by the agent's
+// menu-extra tests, and the agent's own interface file by its process tests.
 #include "platform/bundles.h"
 
 #include <gtest/gtest.h>
@@ -77,26 +78,6 @@ TEST_F(BundleTest, MainBundleFollowsItsOverride) {
   EXPECT_FALSE(platform::main_bundle().resource_path("a", "plist"));
 }
 
-TEST_F(BundleTest, HelperBundleLoadsAndFindsFunctions) {
-  setenv("CORVEX_BUNDLE", CX_HELPER_HOST, 1);
-  const auto path = platform::main_bundle().resource_path("Helper", "bundle");
-  ASSERT_TRUE(path);
-  const auto helper = platform::Bundle::open(*path);
-  ASSERT_TRUE(helper);
-  std::string error;
-  const auto code = helper->load_executable(error);
-  ASSERT_TRUE(code) << error;
-  auto* answer = reinterpret_cast<int (*)(int)>(code->function("helper_answer"));
-  ASSERT_NE(answer, nullptr);
-  EXPECT_EQ(answer(1), 43);
-  EXPECT_EQ(code->function("helper_question"), nullptr);
-
-  // A bundle without its executable.
-  const auto empty = host();
-  EXPECT_FALSE(empty->load_executable(error));
-  EXPECT_NE(error.find("Host.so"), std::string::npos) << error;
-}
-
 TEST_F(BundleTest, InterfaceFilesAndTheirMenuBar) {
   std::unique_ptr<platform::NibReference> nib;
   EXPECT_EQ(platform::create_nib_reference(*host(), "Face", nib),
@@ -125,12 +106,6 @@ TEST_F(BundleTest, InterfaceFilesAndTheirMenuBar) {
             platform::nib_status::cant_find_nib_file);
   EXPECT_EQ(open_nib("<menu id=\"MenuBar\"/>", nib), platform::nib_status::cant_find_nib_file);
   EXPECT_FALSE(nib);
-
-  // The agent's own interface file has its menu bar.
-  fs::copy_file(fs::path(CX_RESOURCES_DIR) / "CXBackGroundApp.ui",
-                resources_ / "CXBackGroundApp.ui");
-  ASSERT_EQ(platform::create_nib_reference(*host(), "CXBackGroundApp", nib), 0);
-  EXPECT_EQ(platform::set_menu_bar_from_nib(*nib, "MenuBar"), 0);
 }
 
 }  // namespace
