@@ -1,6 +1,6 @@
 // Bundles as folders: resources by name and type, the main bundle and its
-// override, the interface file. Helper bundles are loaded by the agent's
-// menu-extra tests, and the agent's own interface file by its process tests.
+// override, the interface file. Loading a helper bundle is the agent's
+// menu-extra tests' part, its own interface file its process tests'.
 #include "platform/bundles.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +60,10 @@ TEST_F(BundleTest, ResourcesByNameAndType) {
   EXPECT_FALSE(bundle->resource_path("missing", "plist"));
   EXPECT_FALSE(bundle->resource_path("../Resources/a", "plist"));
   EXPECT_TRUE(bundle->resource_paths_of_type("strings").empty());
+  // A bundle without its executable names the file it missed.
+  std::string error;
+  EXPECT_FALSE(bundle->load_executable(error));
+  EXPECT_NE(error.find("Host.so"), std::string::npos) << error;
 
   EXPECT_FALSE(platform::Bundle::open((resources_ / "a.plist").string()));  // a file
   EXPECT_FALSE(platform::Bundle::open((root_ / "none").string()));

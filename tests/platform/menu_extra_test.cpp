@@ -169,11 +169,7 @@ class MenuExtraTest : public ::testing::Test {
   static void SetUpTestSuite() {
     bus_ = std::make_unique<test::PrivateSessionBus>();
     if (bus_->address().empty()) return;
-    g_host = g_dbus_connection_new_for_address_sync(
-        bus_->address().c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr);
+    g_host = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (g_host == nullptr) return;
     watcher_info_ = g_dbus_node_info_new_for_xml(
         "<node><interface name='org.kde.StatusNotifierWatcher'>"
@@ -258,12 +254,9 @@ class MenuExtraTest : public ::testing::Test {
                      g_variant_new("(isvu)", id, event_id, g_variant_new_int32(0), 0u));
   }
 
-  static std::unique_ptr<test::PrivateSessionBus> bus_;
-  static GDBusNodeInfo* watcher_info_;
+  static inline std::unique_ptr<test::PrivateSessionBus> bus_;
+  static inline GDBusNodeInfo* watcher_info_ = nullptr;
 };
-
-std::unique_ptr<test::PrivateSessionBus> MenuExtraTest::bus_;
-GDBusNodeInfo* MenuExtraTest::watcher_info_ = nullptr;
 
 TEST_F(MenuExtraTest, RegistersItsOwnBusNameAndDescribesTheItem) {
   const std::string name = start();
