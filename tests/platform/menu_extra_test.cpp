@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/apple_events_glib.h"
 #include "tests/support/child_process.h"
 #include "tests/support/temp_dir.h"
 
@@ -21,10 +22,7 @@ constexpr const char* kItem = "org.kde.StatusNotifierItem";
 constexpr const char* kMenu = "com.canonical.dbusmenu";
 constexpr const char* kWatcherName = "org.kde.StatusNotifierWatcher";
 
-struct VariantUnref {
-  void operator()(GVariant* value) const { g_variant_unref(value); }
-};
-using Variant = std::unique_ptr<GVariant, VariantUnref>;
+using Variant = platform::dbus_ae::VariantPtr;
 
 Variant child(GVariant* value, gsize index) {
   return Variant(g_variant_get_child_value(value, index));
@@ -171,11 +169,11 @@ class MenuExtraTest : public ::testing::Test {
     if (bus_->address().empty()) return;
     g_host = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (g_host == nullptr) return;
-    watcher_info_ = g_dbus_node_info_new_for_xml(
+    watcher_info_.reset(g_dbus_node_info_new_for_xml(
         "<node><interface name='org.kde.StatusNotifierWatcher'>"
         "<method name='RegisterStatusNotifierItem'><arg type='s' direction='in'/></method>"
         "</interface></node>",
-        nullptr);
+        nullptr));
     static const GDBusInterfaceVTable vtable = {
         [](GDBusConnection*, const gchar* sender, const gchar*, const gchar*, const gchar*,
            GVariant* parameters, GDBusMethodInvocation* invocation, gpointer) {
@@ -212,7 +210,7 @@ class MenuExtraTest : public ::testing::Test {
       g_dbus_connection_close_sync(g_host, nullptr, nullptr);
       g_clear_object(&g_host);
     }
-    if (watcher_info_ != nullptr) g_dbus_node_info_unref(watcher_info_);
+    watcher_info_.reset();
     bus_.reset();
   }
 
@@ -255,7 +253,7 @@ class MenuExtraTest : public ::testing::Test {
   }
 
   static inline std::unique_ptr<test::PrivateSessionBus> bus_;
-  static inline GDBusNodeInfo* watcher_info_ = nullptr;
+  static inline platform::dbus_ae::NodeInfoPtr watcher_info_{nullptr, &g_dbus_node_info_unref};
 };
 
 TEST_F(MenuExtraTest, RegistersItsOwnBusNameAndDescribesTheItem) {
@@ -294,14 +292,9 @@ TEST_F(MenuExtraTest, LayoutShowsBothItemsWithTheDriversToggleState) {
   EXPECT_EQ(layout(name, 2, -1), "(2, {'label': <'Open Corvex Preferences...'>}, @av [])");
   EXPECT_EQ(layout(name, 7, -1), "error");
 
-  const gint32 ids[] = {2, 9};
-  const char* label_only[] = {"label", nullptr};
-  EXPECT_EQ(print(menu_call(name, "GetGroupProperties",
-                            g_variant_new("(@ai^as)",
-                                          g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, ids, 2,
-                                                                    sizeof(gint32)),
-                                          label_only))),
-            "([(2, {'label': <'Open Corvex Preferences...'>})],)");
+  EXPECT_EQ(
+      print(menu_call(name, "GetGroupProperties", g_variant_new_parsed("([2, 9], ['label'])"))),
+      "([(2, {'label': <'Open Corvex Preferences...'>})],)");
   EXPECT_EQ(print(menu_call(name, "GetProperty", g_variant_new("(is)", 1, "toggle-state"))),
             "(<1>,)");
   EXPECT_EQ(print(menu_call(name, "GetProperty", g_variant_new("(is)", 2, "toggle-state"))),
@@ -380,11 +373,7 @@ TEST_F(MenuExtraTest, RegistersAgainWheneverAWatcherAppearsAndCleanupLeavesTheBu
   EXPECT_EQ(g_registrations[0].second, first);
 
   g_helper.cleanup();
-  gboolean owned = TRUE;
-  const Variant has_owner = bus_call("NameHasOwner", g_variant_new("(s)", first.c_str()));
-  ASSERT_TRUE(has_owner);
-  g_variant_get(has_owner.get(), "(b)", &owned);
-  EXPECT_FALSE(owned);
+  EXPECT_EQ(print(bus_call("NameHasOwner", g_variant_new("(s)", first.c_str())).get()), "(false,)");
   g_helper.cleanup();
   const std::string second = start();
   EXPECT_NE(second, first);
