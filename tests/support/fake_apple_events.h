@@ -29,9 +29,6 @@ class FakeAppleEvents : public platform::AppleEventService {
   std::vector<Sent> sent;
   // Signatures the code under test asked to serve.
   std::vector<platform::OSType> served;
-  platform::AEServeResult serve_result = platform::AEServeResult::ok;
-  // When not noErr, every send to a running process fails with it (e.g. -609, -1712).
-  platform::OSErr transport_error = platform::noErr;
 
   void add_process(platform::OSType signature, uint32_t pid,
                    const platform::AEHandlerTable* table) {
@@ -42,14 +39,14 @@ class FakeAppleEvents : public platform::AppleEventService {
 
   platform::AEServeResult serve(platform::OSType signature) override {
     served.push_back(signature);
-    return serve_result;
+    return platform::AEServeResult::ok;
   }
 
   platform::OSErr send(const platform::AppleEvent& event, platform::AppleEvent* reply,
                        platform::AESendMode mode, int32_t timeout) override {
     const Process* target = find_target(event.target());
-    platform::OSErr result = target == nullptr ? platform::procNotFound : transport_error;
-    if (result == platform::noErr) {
+    const platform::OSErr result = target == nullptr ? platform::procNotFound : platform::noErr;
+    if (target != nullptr) {
       const bool wants_reply = mode == platform::AESendMode::wait_reply;
       platform::AppleEvent answer =
           wants_reply ? platform::AppleEvent::make_reply() : platform::AppleEvent();

@@ -3,9 +3,9 @@
 // the object goes.
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
+
+#include "tests/support/child_process.h"
 
 namespace cx::test {
 
@@ -14,14 +14,11 @@ class WindowManager {
   // Starts openbox on `display` and waits (up to 10 s) until it manages the
   // screen (_NET_SUPPORTING_WM_CHECK on the root window).
   explicit WindowManager(const std::string& display);
-  ~WindowManager();
-  WindowManager(const WindowManager&) = delete;
-  WindowManager& operator=(const WindowManager&) = delete;
 
   bool running() const { return running_; }
 
  private:
-  pid_t pid_ = -1;
+  BackgroundProcess openbox_;
   bool running_ = false;
 };
 

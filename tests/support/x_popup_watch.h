@@ -3,19 +3,16 @@
 // into them.
 #pragma once
 
-#include <xcb/xcb.h>
-
 #include <chrono>
 #include <string>
+
+#include "platform/linux/x11_connection.h"
 
 namespace cx::test {
 
 class PopupWatch {
  public:
   explicit PopupWatch(const std::string& display);
-  ~PopupWatch();
-  PopupWatch(const PopupWatch&) = delete;
-  PopupWatch& operator=(const PopupWatch&) = delete;
 
   // True once a popup mapped since this object was made, or since the last
   // call (when it was seen goes to `mapped_at`); false after `limit`.
@@ -23,7 +20,7 @@ class PopupWatch {
             std::chrono::steady_clock::time_point* mapped_at = nullptr) const;
 
  private:
-  xcb_connection_t* conn_;
+  platform::XcbConnection conn_;
   xcb_window_t root_ = XCB_NONE;
 };
 
