@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,6 +18,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/reference_driver.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/temp_dir.h"
 #include "tests/support/window_manager.h"
 #include "tests/support/x_popup_watch.h"
 #include "tests/support/xvfb.h"
@@ -77,12 +79,12 @@ struct RecordingMenus final : platform::Menus {
 class Menus : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    xvfb_ = new test::Xvfb;
-    wm_ = new test::WindowManager(xvfb_->display());
+    xvfb_.emplace();
+    wm_.emplace(xvfb_->display());
   }
   static void TearDownTestSuite() {
-    delete wm_;
-    delete xvfb_;
+    wm_.reset();
+    xvfb_.reset();
   }
   void SetUp() override {
     ASSERT_TRUE(wm_->running());
@@ -100,8 +102,8 @@ class Menus : public ::testing::Test {
     user.join();
   }
 
-  static test::Xvfb* xvfb_;
-  static test::WindowManager* wm_;
+  static inline std::optional<test::Xvfb> xvfb_;
+  static inline std::optional<test::WindowManager> wm_;
   test::ScopedEnv display_{"DISPLAY", xvfb_->display()};
   test::ScopedEnv bundle_{"CORVEX_BUNDLE", CX_AGENT_BUNDLE};
   test::ReferenceDriver driver_{prepare};
@@ -109,16 +111,13 @@ class Menus : public ::testing::Test {
   RecordingMenus recorder_{driver_};
 };
 
-test::Xvfb* Menus::xvfb_ = nullptr;
-test::WindowManager* Menus::wm_ = nullptr;
-
 // Whether `pid` is (or within five seconds becomes) the front process.
 bool comes_to_front(pid_t pid) {
-  platform::ProcessSerialNumber front{};
-  for (int i = 0; i < 200; ++i, std::this_thread::sleep_for(25ms))
-    if (platform::GetFrontProcess(&front) == platform::noErr && front.lowLongOfPSN == uint32_t(pid))
-      return true;
-  return false;
+  return test::eventually([&] {
+    platform::ProcessSerialNumber front{};
+    return platform::GetFrontProcess(&front) == platform::noErr &&
+           front.lowLongOfPSN == uint32_t(pid);
+  });
 }
 
 TEST_F(Menus, ApplicationMenuListsTheWindowsByNameAndRaisesTheChosenOne) {

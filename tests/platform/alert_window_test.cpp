@@ -5,12 +5,12 @@
 #include <stdlib.h>
 #include <xcb/xcb.h>
 
-#include <cstdlib>
 #include <future>
 #include <optional>
 #include <string>
 
 #include "platform/alerts.h"
+#include "platform/linux/x11_connection.h"
 #include "tests/support/child_process.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/temp_dir.h"
@@ -19,27 +19,19 @@
 namespace cx::test {
 namespace {
 
-xcb_atom_t atom(xcb_connection_t* c, const std::string& name) {
-  xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-      c, xcb_intern_atom(c, 0, static_cast<uint16_t>(name.size()), name.c_str()), nullptr);
-  const xcb_atom_t a = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-  std::free(reply);
-  return a;
-}
-
 // What the close button of a window manager sends.
 void close_window(xcb_window_t window) {
-  xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+  const platform::XcbConnection c(xcb_connect(nullptr, nullptr));
   xcb_client_message_event_t event{};
   event.response_type = XCB_CLIENT_MESSAGE;
   event.format = 32;
   event.window = window;
-  event.type = atom(c, "WM_PROTOCOLS");
-  event.data.data32[0] = atom(c, "WM_DELETE_WINDOW");
+  event.type = platform::intern_atom(c.get(), "WM_PROTOCOLS");
+  event.data.data32[0] = platform::intern_atom(c.get(), "WM_DELETE_WINDOW");
   event.data.data32[1] = XCB_CURRENT_TIME;
-  xcb_send_event(c, 0, window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
-  xcb_flush(c);
-  xcb_disconnect(c);
+  xcb_send_event(c.get(), 0, window, XCB_EVENT_MASK_NO_EVENT,
+                 reinterpret_cast<const char*>(&event));
+  xcb_flush(c.get());
 }
 
 TEST(AlertWindow, MapsAndHoldsTheCallerUntilClosed) {

@@ -30,16 +30,7 @@ constexpr OSType kAgent = fourcc("VCVX");
 constexpr OSType kControlPanel = fourcc("VCXT");
 constexpr OSType kTestSuite = fourcc("cxts");
 
-class PrivateBusEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override {
-    bus_ = std::make_unique<test::PrivateSessionBus>();
-    ASSERT_FALSE(bus_->address().empty()) << "dbus-daemon";
-  }
-  void TearDown() override { bus_.reset(); }
-  std::unique_ptr<test::PrivateSessionBus> bus_;
-};
-const auto* const bus_environment = ::testing::AddGlobalTestEnvironment(new PrivateBusEnvironment);
+const test::PrivateSessionBus kBus;
 
 CommandResult corvexctl(std::vector<std::string> args) {
   args.insert(args.begin(), CX_CORVEXCTL);

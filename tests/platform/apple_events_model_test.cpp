@@ -10,7 +10,6 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 
 TEST(AppleEventModel, FourCharCodesAndDescriptorBytes) {
-  static_assert(fourcc("cxvx") == 0x63787678);
   static_assert(fourcc("psn ") == 0x70736E20);
   EXPECT_EQ(fourcc_text(fourcc("----")), "----");
   EXPECT_EQ(make_shor_desc(-2).data, (Bytes{0xFF, 0xFE}));
@@ -58,9 +57,7 @@ TEST(AppleEventModel, CoercionTable) {
       {AEDesc{typeChar, {0, 0, 7}}, typeSInt32, errAECoercionFail, {}},
       {AEDesc{typeSInt16, {1, 2, 3}}, typeSInt32, errAECoercionFail, {}},
       {make_cstr_desc("7"), typeSInt16, errAECoercionFail, {}},
-      {make_shor_desc(7), typeCString, errAECoercionFail, {}},
       {AEDesc{typeWildCard, {0, 7}}, typeSInt16, errAECoercionFail, {}},
-      {make_psn_desc({0, 1}), typeSInt32, errAECoercionFail, {}},
   };
   for (const CoercionCase& c : cases) {
     SCOPED_TRACE(fourcc_text(c.in.descriptorType) + " -> " + fourcc_text(c.wanted));

@@ -21,6 +21,7 @@ using test::kMouse;
 using test::read_frame;
 using test::read_hex;
 using test::RunningServer;
+using test::write_bytes;
 
 constexpr uint32_t kCreate = 0, kRelease = 1, kFlattened = 2, kTransfer = 4;
 
@@ -252,14 +253,11 @@ class FakeDriver {
     thread_ = std::thread([this, script = std::move(script)] {
       UniqueFd client(accept(listener_.get(), nullptr, nullptr));
       hello = read_frame(client.get());
-      send_bytes(client.get(), {0, 0, 0, 12, 0, 0, 0, 0x81, 0, 0, 0, 0});
+      write_bytes(client.get(), {0, 0, 0, 12, 0, 0, 0, 0x81, 0, 0, 0, 0});
       script(client.get());
     });
   }
   ~FakeDriver() { thread_.join(); }
-  static void send_bytes(int fd, const Bytes& bytes) {
-    send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-  }
   std::unique_ptr<UserClientConnection> open() {
     std::unique_ptr<UserClientConnection> c;
     EXPECT_EQ(make_socket_user_client_service(dir_.path())->open("Fake", c), kIOReturnSuccess);
@@ -284,9 +282,9 @@ TEST(UserClientWire, RequestsAreTheFramesOfTheContract) {
   {
     FakeDriver fake([&](int fd) {
       scalar_frame = read_frame(fd);
-      FakeDriver::send_bytes(fd, read_hex("uc/scalar_reply.hex"));
+      write_bytes(fd, read_hex("uc/scalar_reply.hex"));
       struct_frame = read_frame(fd);
-      FakeDriver::send_bytes(fd, read_hex("uc/struct_reply.hex"));
+      write_bytes(fd, read_hex("uc/struct_reply.hex"));
     });
     auto c = fake.open();
     const int64_t in[] = {7, -1};
@@ -324,7 +322,7 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
     FakeDriver fake([&](int fd) {
       read_frame(fd);
       if (k.reply == nullptr) return;
-      FakeDriver::send_bytes(fd, read_hex(k.reply));
+      write_bytes(fd, read_hex(k.reply));
       test::closed_by_peer(fd);
     });
     auto c = fake.open();
@@ -345,8 +343,8 @@ TEST(UserClientWire, AMalformedNotificationClosesTheConnection) {
     std::promise<void> notifier_done;
     std::promise<bool> closed;
     FakeDriver fake([&](int fd) {
-      FakeDriver::send_bytes(fd, read_hex("uc/notify.hex"));
-      FakeDriver::send_bytes(fd, read_hex(bad));
+      write_bytes(fd, read_hex("uc/notify.hex"));
+      write_bytes(fd, read_hex(bad));
       notifier_done.get_future().wait();
       uint8_t byte;
       closed.set_value(recv(fd, &byte, 1, MSG_DONTWAIT) == 0);
