@@ -57,6 +57,7 @@ TEST(AppleEventModel, CoercionTable) {
       {AEDesc{typeChar, {0, 0, 7}}, typeSInt32, errAECoercionFail, {}},
       {AEDesc{typeSInt16, {1, 2, 3}}, typeSInt32, errAECoercionFail, {}},
       {make_cstr_desc("7"), typeSInt16, errAECoercionFail, {}},
+      {make_shor_desc(7), typeCString, errAECoercionFail, {}},
       {AEDesc{typeWildCard, {0, 7}}, typeSInt16, errAECoercionFail, {}},
   };
   for (const CoercionCase& c : cases) {
