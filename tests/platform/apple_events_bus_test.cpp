@@ -243,13 +243,11 @@ TEST(AppleEventBus, APsnFoundBySignatureReachesTheOwnerOfThatName) {
             noErr);
 }
 
-// Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac
-// answer; `printed` has each line's "YYYY-MM-DD HH:MM:SS.mmm " stamp as "T ".
-int16_t run_monitor_session(const std::vector<std::string>& args, std::string& printed) {
-  std::vector<std::string> argv{CX_CORVEXCTL, "monitor"};
-  argv.insert(argv.end(), args.begin(), args.end());
-  BackgroundProcess monitor(argv);
-  EXPECT_TRUE(wait_for_participant(kControlPanel, monitor.pid()));
+// Saving on bdac (--save, --no-save) is left to the agent's process tests; not
+// saving is the default. Each line's "YYYY-MM-DD HH:MM:SS.mmm " stamp is read as "T ".
+TEST(AppleEventBus, MonitorPrintsNotificationsAndAnswersBdac) {
+  BackgroundProcess monitor({CX_CORVEXCTL, "monitor"});
+  ASSERT_TRUE(wait_for_participant(kControlPanel, monitor.pid()));
   for (const OSType id : {fourcc("UPDt"), fourcc("cord"), fourcc("bact")}) {
     AppleEvent note(fourcc("cxvx"), id, make_signature_desc(kControlPanel));
     EXPECT_EQ(apple_events().send(note, nullptr, AESendMode::no_reply, kNoTimeOut), noErr);
@@ -261,31 +259,19 @@ int16_t run_monitor_session(const std::vector<std::string>& args, std::string& p
                 &reply, AESendMode::wait_reply, kNoTimeOut),
             noErr);
   EXPECT_EQ(reply.get_shor(keyDirectObject, answer), noErr);
-  EXPECT_EQ(monitor.terminate(), 0);
-  static const std::regex stamp(R"((^|\n)\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
-  printed = std::regex_replace(monitor.output(), stamp, "$1T ");
-  return answer;
-}
-
-TEST(AppleEventBus, MonitorPrintsNotificationsAndAnswersBdac) {
-  std::string printed;
-  EXPECT_EQ(run_monitor_session({"--save"}, printed), 1);
-  EXPECT_EQ(printed,
-            "T monitoring as VCXT; bdac will be answered 1 (save)\n"
-            "T UPDt: the attached mice changed\n"
-            "T cord: a chord was pressed\n"
-            "T bact: the agent is active in this session\n"
-            "T bdac: the agent is deactivating; answered 1 (save)\n");
-  // Not saving is the default; --no-save itself is the two-session test's.
-  EXPECT_EQ(run_monitor_session({}, printed), 0);
-  EXPECT_NE(printed.find("\nT bdac: the agent is deactivating; answered 0 (do not save)\n"),
-            std::string::npos);
+  EXPECT_EQ(answer, 0);
   // A second monitor finds the signature taken.
-  BackgroundProcess first({CX_CORVEXCTL, "monitor"});
-  ASSERT_TRUE(wait_for_participant(kControlPanel, first.pid()));
   const CommandResult second = corvexctl({"monitor", "--save"});
   EXPECT_EQ(second.exit_status, 3);
   EXPECT_EQ(second.err, "corvexctl: another control panel (VCXT) is already running\n");
+  EXPECT_EQ(monitor.terminate(), 0);
+  static const std::regex stamp(R"((^|\n)\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+  EXPECT_EQ(std::regex_replace(monitor.output(), stamp, "$1T "),
+            "T monitoring as VCXT; bdac will be answered 0 (do not save)\n"
+            "T UPDt: the attached mice changed\n"
+            "T cord: a chord was pressed\n"
+            "T bact: the agent is active in this session\n"
+            "T bdac: the agent is deactivating; answered 0 (do not save)\n");
 }
 
 }  // namespace
