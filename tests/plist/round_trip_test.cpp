@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -41,9 +40,6 @@ TEST(FixtureTest, XmlAndForeignBinaryReadTheSame) {
   for (const ValueRef& v : {xml.value, bin.value}) {
     EXPECT_EQ(keys_of(v), (std::vector<std::string>{"Zeta", "Alpha", "Mid"}));
     const ValueRef alpha = as<Dictionary>(v)->get("Alpha");
-    EXPECT_EQ(keys_of(alpha), (std::vector<std::string>{"Speed", "Enabled", "Disabled", "Negative",
-                                                        "Big", "Huge", "Lowest"}));
-    EXPECT_EQ(as<Number>(as<Dictionary>(alpha)->get("Speed"))->number_type(), NumberType::Float64);
     const std::tuple<const char*, NumberType, int64_t, bool> numbers[] = {
         {"Negative", NumberType::SInt32, -42, false},
         {"Big", NumberType::SInt64, 5000000000, false},
@@ -71,30 +67,28 @@ TEST(FileTest, ErrorsNameTheFile) {
   const std::string path = (dir / "bad.plist").string();
   auto d = make_dictionary();
   d->set("k", make_bool(true));
-  ASSERT_TRUE(write_plist_file(path, *d, Format::Xml).ok());
-  const ReadResult good = read_plist_file(path);
-  ASSERT_NE(good.value, nullptr) << good.error;
-  EXPECT_TRUE(equal(good.value, d));
   d->set("t", make_date(1e12));
   EXPECT_EQ(write_plist_file(path, *d, Format::Xml).error,
             path + ": date out of range (years 0000-9999)");
   d->remove("t");
-  d->set("k", make_string(std::string("a\x01", 2)));
   ASSERT_TRUE(write_plist_file(path, *d, Format::Binary).ok());
   std::filesystem::resize_file(path, 20);
   EXPECT_EQ(read_plist_file(path).error, path + ": byte offset 20: truncated trailer");
   std::filesystem::remove_all(dir);
 }
 
-TEST(RoundTripTest, IntegersKeepTheirValueAndGetFileTypes) {
+TEST(RoundTripTest, ScalarsKeepTheirValueAndGetFileTypes) {
   constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
   constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+  constexpr double kInf = std::numeric_limits<double>::infinity();
   // clang-format off
-  const int64_t values[] = {0, 1, -1, 127, 128, 255, 256, 65535, 65536, -32769, INT32_MAX,
-                            INT32_MIN, int64_t{INT32_MAX} + 1, int64_t{INT32_MIN} - 1, kMin, kMax};
+  const int64_t integers[] = {0, 1, -1, 127, 128, 255, 256, 65535, 65536, -32769, INT32_MAX,
+                              INT32_MIN, int64_t{INT32_MAX} + 1, int64_t{INT32_MIN} - 1, kMin, kMax};
   // clang-format on
+  const double reals[] = {0.1,         -2.5, 1e300, -1e-300, 4.9406564584124654e-324,
+                          123456789.0, kInf, -kInf};
   for (Format format : {Format::Xml, Format::Binary}) {
-    for (int64_t v : values) {
+    for (int64_t v : integers) {
       const ValueRef back = round_trip(Number(NumberType::SInt64, v), format);
       const auto* n = as<Number>(back);
       ASSERT_NE(n, nullptr);
@@ -107,15 +101,7 @@ TEST(RoundTripTest, IntegersKeepTheirValueAndGetFileTypes) {
       EXPECT_TRUE(as<Number>(back)->is_unsigned());
       EXPECT_EQ(static_cast<uint64_t>(as<Number>(back)->int_value()), u);
     }
-  }
-}
-
-TEST(RoundTripTest, RealsKeepTheirValue) {
-  constexpr double kInf = std::numeric_limits<double>::infinity();
-  const double values[] = {0.1,         -2.5, 1e300, -1e-300, 4.9406564584124654e-324,
-                           123456789.0, kInf, -kInf};
-  for (Format format : {Format::Xml, Format::Binary}) {
-    for (double v : values) {
+    for (double v : reals) {
       const ValueRef back = round_trip(Number(NumberType::Float64, v), format);
       EXPECT_EQ(as<Number>(back)->number_type(), NumberType::Float64);
       EXPECT_EQ(as<Number>(back)->real_value(), v);
@@ -152,39 +138,6 @@ TEST(RoundTripTest, KeyOrderAndEverythingElseSurvive) {
   }
 }
 
-TEST(WriteTest, OutputIsDeterministic) {
-  const auto build = [] {
-    auto d = make_dictionary();
-    for (int i = 0; i < 50; ++i)
-      d->set("key" + std::to_string(i % 7) + std::to_string(i), make_int32(i % 5));
-    d->set("shared", make_string("key00"));
-    // Equal data values, which libplist's own writer may or may not merge.
-    auto blobs = make_array();
-    for (int i = 0; i < 64; ++i) blobs->append(make_data({0xA0, static_cast<uint8_t>(i % 2)}));
-    d->set("blobs", blobs);
-    return d;
-  };
-  for (Format format : {Format::Xml, Format::Binary}) {
-    const WriteResult a = write_plist(*build(), format);
-    const WriteResult b = write_plist(*build(), format);
-    ASSERT_TRUE(a.ok());
-    EXPECT_EQ(a.bytes, b.bytes);
-  }
-}
-
-TEST(WriteTest, XmlLayout) {
-  auto d = make_dictionary();
-  d->set("b", make_int32(-5));
-  d->set("a", make_real(NumberType::Float64, 0.5));
-  const WriteResult w = write_plist(*d, Format::Xml);
-  EXPECT_EQ(std::string(w.bytes.begin(), w.bytes.end()),
-            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-            "<plist version=\"1.0\">\n<dict>\n\t<key>b</key>\n\t<integer>-5</integer>\n"
-            "\t<key>a</key>\n\t<real>0.5</real>\n</dict>\n</plist>\n");
-}
-
 TEST(WriteTest, BinaryLayoutSharesEqualScalars) {
   auto d = make_dictionary();
   d->set("a", make_int32(1));
@@ -192,23 +145,9 @@ TEST(WriteTest, BinaryLayoutSharesEqualScalars) {
   list->append(make_bool(true));
   list->append(make_string("a"));
   d->set("b", list);
-  const WriteResult w = write_plist(*d, Format::Binary);
-  EXPECT_EQ(w.bytes, test::read_hex("shared_scalars.hex"));
-}
-
-TEST(WriteTest, BinaryIntegerWidths) {
-  const auto first_object = [](const Value& v, size_t n) {
-    const std::vector<uint8_t> b = write_plist(v, Format::Binary).bytes;
-    return b.size() < 8 + n ? std::vector<uint8_t>{} : std::vector<uint8_t>(&b[8], &b[8] + n);
-  };
-  // -1 is an eight-byte signed integer; 2^64-1 a sixteen-byte one.
-  std::vector<uint8_t> expected(9, 0xFF);
-  expected[0] = 0x13;
-  EXPECT_EQ(first_object(Number(NumberType::SInt32, int64_t{-1}), 9), expected);
-  expected = std::vector<uint8_t>(17, 0xFF);
-  expected[0] = 0x14;
-  std::fill(expected.begin() + 1, expected.begin() + 9, 0);
-  EXPECT_EQ(first_object(Number(std::numeric_limits<uint64_t>::max()), 17), expected);
+  EXPECT_EQ(write_plist(*d, Format::Binary).bytes, test::read_hex("shared_scalars.hex"));
+  // Reading expands the shared object into each place that refers to it.
+  EXPECT_TRUE(equal(read_plist(test::read_hex("shared_scalars.hex")).value, d));
 }
 
 TEST(WriteTest, RefusesWhatFilesCannotHold) {
@@ -242,12 +181,6 @@ TEST(WriteTest, RefusesWhatFilesCannotHold) {
   cycle->clear();
 }
 
-}  // namespace
-}  // namespace cx::plist
-
-namespace cx::plist {
-namespace {
-
 // Files users already have were written by libplist 2.2; both goldens are its
 // output for these values, so an unchanged save rewrites nothing.
 TEST(XmlWriterTest, WritesWhatLibplistWrote) {
@@ -278,14 +211,11 @@ TEST(XmlWriterTest, WritesWhatLibplistWrote) {
   const auto root = make_dictionary(
       {{"k<&>", shapes}, {"", make_string("x")}, {"\xc3\xa9\xe2\x82\xac", make_bool(false)}});
 
-  blob.resize(90);
-  ValueRef deep = make_data(blob);
-  for (int level = 0; level < 14; ++level) {
-    auto a = make_array();
-    a->append(make_data(blob));
-    a->append(deep);
-    deep = a;
-  }
+  // Base64 lines indented at every depth, read back from libplist's output.
+  const std::string deep_text = test::read_text("writer_deep_data.xml");
+  const ValueRef deep =
+      read_plist({reinterpret_cast<const uint8_t*>(deep_text.data()), deep_text.size()}).value;
+  ASSERT_NE(deep, nullptr);
   for (const auto& [value, golden] :
        {std::pair{ValueRef(root), "writer_shapes.xml"}, std::pair{deep, "writer_deep_data.xml"}}) {
     const WriteResult w = write_plist(*value, Format::Xml);

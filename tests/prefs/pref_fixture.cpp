@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "agent/agent_state.h"
 #include "driver/driver_connection.h"
@@ -55,17 +56,6 @@ plist::ValueRef PrefStoreTest::read_user() const {
   return top ? top->get("CXPrefData") : nullptr;
 }
 
-std::string PrefStoreTest::user_file_bytes() const {
-  return read_file(user_file());
-}
-
-std::shared_ptr<plist::Dictionary> PrefStoreTest::defaults() {
-  const auto result = plist::read_plist_file(CX_DEFAULT_PLIST);
-  const auto* top = plist::as<plist::Dictionary>(result.value);
-  return std::static_pointer_cast<plist::Dictionary>(
-      plist::deep_copy(top->get("CXPrefData").get()));
-}
-
 std::vector<uint8_t> PrefStoreTest::global_record(uint16_t index) const {
   std::vector<uint8_t> out;
   driver_.state().globals.read(index, 0, out);
@@ -87,6 +77,16 @@ void PrefStoreTest::load() {
 
 int PrefStoreTest::save() {
   return write_plist_prefs(&pref_data);
+}
+
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
+  plist::ValueRef v = root;
+  std::stringstream parts(path);
+  for (std::string key; std::getline(parts, key, '/');) {
+    const auto* dict = plist::as<plist::Dictionary>(v);
+    v = dict ? dict->get(key) : nullptr;
+  }
+  return v;
 }
 
 plist::ValueRef parse(const std::string& xml_body) {

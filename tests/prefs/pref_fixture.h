@@ -24,10 +24,7 @@ class PrefStoreTest : public ::testing::Test {
   void write_user(const plist::ValueRef& root);
   // The user's "CXPrefData" as the file holds it, or null.
   plist::ValueRef read_user() const;
-  std::string user_file_bytes() const;
   std::string user_file() const;
-  // The default tree's "CXPrefData".
-  static std::shared_ptr<plist::Dictionary> defaults();
   // A record of the driver: global data, or application data of set `key`.
   std::vector<uint8_t> global_record(uint16_t index) const;
   std::vector<uint8_t> app_record(const std::string& key, uint16_t index);
@@ -42,5 +39,7 @@ class PrefStoreTest : public ::testing::Test {
 
 // A dictionary from a property-list text, for expected values in tables.
 plist::ValueRef parse(const std::string& xml_body);
+// The value at a "/"-separated path, or null.
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path);
 
 }  // namespace cx::test

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -15,20 +14,12 @@
 #include "plist/plist_io.h"
 #include "prefs/pref_files.h"
 #include "tests/prefs/pref_fixture.h"
+#include "tests/support/golden.h"
 
 namespace cx::test {
 namespace {
 
-// The value at a "/"-separated path, or null.
-plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
-  plist::ValueRef v = root;
-  std::stringstream parts(path);
-  for (std::string key; std::getline(parts, key, '/');) {
-    const auto* dict = plist::as<plist::Dictionary>(v);
-    v = dict ? dict->get(key) : nullptr;
-  }
-  return v;
-}
+namespace fs = std::filesystem;
 
 // Sets the value at a path, making the dictionaries on the way.
 void put(const plist::ValueRef& root, const std::string& path, plist::ValueRef value) {
@@ -51,13 +42,15 @@ constexpr char kLevel[] = "SystemWideData/AccelerationData/Tball2AccelLevel";
 constexpr char kDefaultSet[] = "ApplicationSetData/Default/";
 
 plist::ValueRef read_data_file(const std::string& name) {
-  const auto result = plist::read_plist_file(std::string(std::getenv("CX_TEST_DATA")) + "/" + name);
+  const auto result = plist::read_plist_file(data_path(name));
   EXPECT_TRUE(result.value) << result.error;
   return result.value;
 }
 
 TEST_F(PrefStoreTest, SavingTheDefaultsLeavesOnlyVersionAndSetNames) {
+  active_app_sig = 0x74747874;
   load();
+  EXPECT_EQ(active_app_sig, 0u) << "an activation forgets the front application";
   EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
   EXPECT_EQ(app_record("Default", 72), (std::vector<uint8_t>{3, 0, 0, 0}));
   EXPECT_EQ(save(), 1);
@@ -103,9 +96,9 @@ TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
 }
 
 TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
-  const auto d = defaults();
   const std::string table_path = "SystemWideData/AccelerationTableData/Mouse4AccelTable";
-  const plist::ValueRef table = plist::deep_copy(at(d, table_path).get());
+  const plist::ValueRef table =
+      at(plist::read_plist_file(CX_DEFAULT_PLIST).value, "CXPrefData/" + table_path);
   auto* last_row =
       plist::as<plist::Array>(plist::as<plist::Array>(at(table, "MultiplierRows"))->at(8));
   const auto default_last =
@@ -150,22 +143,6 @@ TEST_F(PrefStoreTest, OldLayoutIsMigrated) {
   EXPECT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
 }
 
-TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
-  auto user = plist::make_dictionary();
-  for (const char* key : {"Tball2AccelLevel", "Mouse4AccelLevel", "Tball4AccelLevel",
-                          "Mouse8AccelLevel", "Tball8AccelLevel"})
-    put(user, std::string("SystemWideData/AccelerationData/") + key, num(6));
-  write_user(user);
-  load();
-  ASSERT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
-  EXPECT_EQ(retore_default_prefs(&pref_data, 7), 0);
-  EXPECT_EQ(retore_default_prefs(&pref_data, 2), 1);
-  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
-  EXPECT_TRUE(at(read_user(), kLevel)) << "a restore leaves the file alone";
-  save();
-  EXPECT_FALSE(at(read_user(), "SystemWideData"));
-}
-
 TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
   auto user = plist::make_dictionary();
   put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
@@ -196,40 +173,21 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
 // still reach the driver unless the file cannot be read at all; the file
 // itself stays as it was. The last file's valid level stays in the driver.
 TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
-  std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(
-           std::string(std::getenv("CX_TEST_DATA")) + "/bad_values"))
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(data_path("bad_values")))
     files.push_back(entry.path());
   std::sort(files.begin(), files.end());
   ASSERT_EQ(files.size(), 11u);
   for (const auto& file : files) {
     SCOPED_TRACE(file.filename().string());
     write_file(user_file(), read_file(file.string()));
-    const auto before = user_file_bytes();
+    const auto before = read_file(user_file());
     load();
     const bool unreadable = file.filename().string().find("unreadable") != std::string::npos;
     EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], unreadable ? 200 : 321);
-    EXPECT_EQ(user_file_bytes(), before);
+    EXPECT_EQ(read_file(user_file()), before);
   }
   EXPECT_EQ(global_record(2)[1], 7) << "the valid level beside the bad one";
-}
-
-TEST_F(PrefStoreTest, SavingWhatIsSavedChangesNothingAndKeepsABackup) {
-  auto user = plist::make_dictionary();
-  put(user, kLevel, num(5));
-  put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
-      plist::make_string("TextEdit"));
-  put(user, "PrefVersion", plist::make_string("4.0.0"));
-  write_user(user);
-  load();
-  save();
-  const auto first = user_file_bytes();
-  load();
-  save();
-  EXPECT_EQ(user_file_bytes(), first);
-  const std::string backup =
-      (std::filesystem::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist").string();
-  EXPECT_EQ(read_file(backup), first) << "the backup is the file before the save";
 }
 
 // Global and per-application sets, every response kind, records: what the
@@ -244,6 +202,12 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
   EXPECT_EQ(save(), 1);
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_TRUE(plist::equal(read_user(), rich));
+  // Saving what is saved changes nothing and keeps the file before as a backup.
+  const auto first = read_file(user_file());
+  load();
+  save();
+  EXPECT_EQ(read_file(user_file()), first);
+  EXPECT_EQ(read_file(fs::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist"), first);
 
   // The control panel makes the global button 4 a plain click; its name stays.
   std::vector<uint8_t> click(2 * kActItemWireSize);
@@ -258,24 +222,29 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
                                  "<string>Click</string></dict></dict></array>")));
 }
 
-TEST_F(PrefStoreTest, RestoringButtonsSendsTheDefaultsOfTheEditedSet) {
+// A restore sends one section's defaults, the buttons only of the edited set,
+// and leaves the file alone; the next save drops the user's values.
+TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
   const plist::ValueRef rich = read_data_file("rich_user.plist");
   write_user(rich);
   load();
+  ASSERT_EQ(global_record(2), (std::vector<uint8_t>{3, 6, 3, 4, 4}));
+  EXPECT_EQ(retore_default_prefs(&pref_data, 7), 0);
+  EXPECT_EQ(retore_default_prefs(&pref_data, 2), 1);
   EXPECT_EQ(retore_default_prefs(&pref_data, 1), 1);
+  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
+  EXPECT_TRUE(plist::equal(read_user(), rich));
   save();
   const auto saved = read_user();
+  EXPECT_FALSE(at(saved, "SystemWideData/AccelerationData"));
+  EXPECT_FALSE(at(saved, "SystemWideData/AccelerationTableData"));
   EXPECT_FALSE(at(saved, std::string(kDefaultSet) + "ButtonData"));
   EXPECT_TRUE(plist::equal(at(saved, "ApplicationSetData/com.apple.TextEdit"),
-                           at(rich, "ApplicationSetData/com.apple.TextEdit")))
-      << "only the edited set is restored";
+                           at(rich, "ApplicationSetData/com.apple.TextEdit")));
 }
 
 TEST_F(PrefStoreTest, EveryActivationForgetsTheFrontApplication) {
-  active_app_sig = 0x74747874;
-  load();
-  EXPECT_EQ(active_app_sig, 0u);
-  std::filesystem::remove(dir_.file("bundle/Corvex_Default.plist"));
+  fs::remove(dir_.file("bundle/Corvex_Default.plist"));  // even one that finds no defaults
   active_app_sig = 0x74747874;
   load();
   EXPECT_EQ(active_app_sig, 0u);
