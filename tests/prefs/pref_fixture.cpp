@@ -40,10 +40,6 @@ std::string PrefStoreTest::user_file() const {
 }
 
 void PrefStoreTest::write_user(const plist::ValueRef& root) {
-  if (!root) {
-    fs::remove(user_file());
-    return;
-  }
   fs::create_directories(fs::path(user_file()).parent_path());
   auto top = plist::make_dictionary();
   top->set("CXPrefData", root);

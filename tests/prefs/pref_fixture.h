@@ -20,7 +20,7 @@ class PrefStoreTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  // Writes `root` as the user's "CXPrefData"; null removes the file.
+  // Writes `root` as the user's "CXPrefData".
   void write_user(const plist::ValueRef& root);
   // The user's "CXPrefData" as the file holds it, or null.
   plist::ValueRef read_user() const;

@@ -34,10 +34,6 @@ void put(const plist::ValueRef& root, const std::string& path, plist::ValueRef v
   dict->set(key, std::move(value));
 }
 
-plist::ValueRef num(int v) {
-  return plist::make_int32(v);
-}
-
 constexpr char kLevel[] = "SystemWideData/AccelerationData/Tball2AccelLevel";
 constexpr char kDefaultSet[] = "ApplicationSetData/Default/";
 
@@ -78,7 +74,7 @@ TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     auto user = plist::make_dictionary();
-    if (c.user) put(user, kLevel, num(*c.user));
+    if (c.user) put(user, kLevel, plist::make_int32(*c.user));
     write_user(user);
     load();
     ASSERT_EQ(global_record(2)[0], c.user.value_or(3));
@@ -103,10 +99,10 @@ TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
       plist::as<plist::Array>(plist::as<plist::Array>(at(table, "MultiplierRows"))->at(8));
   const auto default_last =
       static_cast<uint8_t>(plist::as<plist::Number>(last_row->at(11))->int_value());
-  last_row->set(11, num(99));
+  last_row->set(11, plist::make_int32(99));
   auto user = plist::make_dictionary();
   put(user, std::string(kDefaultSet) + "ScrollingData/ClockWiseIsUp", plist::make_bool(true));
-  put(user, "SystemWideData/ChordingSpeedData", num(321));
+  put(user, "SystemWideData/ChordingSpeedData", plist::make_int32(321));
   put(user, table_path, table);
   write_user(user);
   load();
@@ -147,7 +143,8 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
   auto user = plist::make_dictionary();
   put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
       plist::make_string("TextEdit"));
-  put(user, "ApplicationSetData/com.apple.TextEdit/ScrollingData/ScrollSpeed", num(5));
+  put(user, "ApplicationSetData/com.apple.TextEdit/ScrollingData/ScrollSpeed",
+      plist::make_int32(5));
   write_user(user);
   load();
   auto& apps = driver_.mutable_state().apps;
