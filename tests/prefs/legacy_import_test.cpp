@@ -34,10 +34,6 @@ class LegacyImportTest : public PrefStoreTest {
   std::string path(const std::string& name) const {
     return fs::path(user_file()).parent_path() / name;
   }
-  int import() {
-    int version2 = 0;
-    return read_prefs(&version2);
-  }
   const refdriver::StoredResponse& global(uint8_t button) {
     static const refdriver::StoredResponse none;
     const auto* r = driver_.state().response(driver_.state().apps.global(),
@@ -56,7 +52,7 @@ TEST_F(LegacyImportTest, OlderLayoutsReachTheDriver) {
     fs::remove_all(path(""));
     write_file(path(file), data);
     driver_.mutable_state().apps.global().data.fixed(8)->assign(2, 0xFF);
-    ASSERT_EQ(import(), 1);
+    ASSERT_EQ(read_prefs(nullptr), 1);
     const std::string v = version;
     EXPECT_EQ(global_record(2), bytes(5, 7));
     ASSERT_EQ(global(2).item_count(), 2u);
@@ -96,15 +92,15 @@ TEST_F(LegacyImportTest, StartUpImportsTheNewestFileAndSetsItAside) {
 TEST_F(LegacyImportTest, ShortAndCorruptFilesFailAndStayWhereTheyWere) {
   for (size_t cut = 0; cut < kOlder.size(); ++cut) {
     write_file(path("Corvex Preferences"), kOlder.substr(0, cut));
-    ASSERT_EQ(import(), 0) << cut;
+    ASSERT_EQ(read_prefs(nullptr), 0) << cut;
   }
   std::string too_big = kOlder;
   too_big[217] = 3;  // the largest block is said to be 3 bytes, the block has 4
   write_file(path("Corvex Preferences"), too_big);
-  EXPECT_EQ(import(), 0);
+  EXPECT_EQ(read_prefs(nullptr), 0);
   for (size_t cut = 0; cut < kV2.size(); ++cut) {
     write_file(path("com.velcorra.corvex.pref"), kV2.substr(0, cut));
-    ASSERT_EQ(import(), cut >= kV2HeadSize && cut < kV2HeadSize + 160) << cut;
+    ASSERT_EQ(read_prefs(nullptr), cut >= kV2HeadSize && cut < kV2HeadSize + 160) << cut;
   }
   write_file(path("com.velcorra.corvex.pref"), hex_file("version2_bad_cache.hex"));
   load();

@@ -85,10 +85,4 @@ plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
   return v;
 }
 
-plist::ValueRef parse(const std::string& xml_body) {
-  const std::string doc =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">" + xml_body + "</plist>";
-  return plist::read_plist({reinterpret_cast<const uint8_t*>(doc.data()), doc.size()}).value;
-}
-
 }  // namespace cx::test

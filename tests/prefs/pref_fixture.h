@@ -37,8 +37,6 @@ class PrefStoreTest : public ::testing::Test {
   std::unique_ptr<platform::UserClientService> service_;
 };
 
-// A dictionary from a property-list text, for expected values in tables.
-plist::ValueRef parse(const std::string& xml_body);
 // The value at a "/"-separated path, or null.
 plist::ValueRef at(const plist::ValueRef& root, const std::string& path);
 
