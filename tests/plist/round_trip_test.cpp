@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -9,6 +8,7 @@
 #include "plist/limits.h"
 #include "plist/plist_io.h"
 #include "tests/support/golden.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::plist {
 namespace {
@@ -50,20 +50,13 @@ TEST(FixtureTest, XmlAndForeignBinaryReadTheSame) {
 TEST(FileTest, ErrorsNameTheFile) {
   const std::string missing = data_path("no-such.plist");
   EXPECT_EQ(read_plist_file(missing).error.rfind(missing + ": ", 0), 0u);
-  const auto dir =
-      std::filesystem::temp_directory_path() / ("cx_plist_test_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(dir);
-  const std::string path = (dir / "bad.plist").string();
-  auto d = make_dictionary();
-  d->set("k", make_bool(true));
-  d->set("t", make_date(1e12));
-  EXPECT_EQ(write_plist_file(path, *d, Format::Xml).error,
+  const test::TempDir dir("cxplist");
+  const std::string path = dir.file("bad.plist");
+  EXPECT_EQ(write_plist_file(path, Date(1e12), Format::Xml).error,
             path + ": date out of range (years 0000-9999)");
-  d->remove("t");
-  ASSERT_TRUE(write_plist_file(path, *d, Format::Binary).ok());
+  ASSERT_TRUE(write_plist_file(path, Boolean(true), Format::Binary).ok());
   std::filesystem::resize_file(path, 20);
   EXPECT_EQ(read_plist_file(path).error, path + ": byte offset 20: truncated trailer");
-  std::filesystem::remove_all(dir);
 }
 
 TEST(RoundTripTest, ScalarsKeepTheirValueAndGetFileTypes) {
@@ -109,18 +102,15 @@ TEST(RoundTripTest, ScalarsKeepTheirValueAndGetFileTypes) {
 }
 
 TEST(RoundTripTest, KeyOrderAndEverythingElseSurvive) {
-  auto d = make_dictionary();
-  d->set("zebra", make_string("\xC3\xA9t\xC3\xA9 \xF0\x9F\x98\x80 <&>\t\r\n"));
-  d->set("apple", make_data({0, 1, 2, 253, 254, 255}));
-  d->set("mango", make_date(-86400.0 * 365));
   auto list = make_array();
-  list->append(make_bool(true));
-  list->append(make_bool(false));
-  list->append(make_dictionary());
-  list->append(make_array());
-  list->append(make_string(""));
-  list->append(make_data({}));
-  d->set("list", list);
+  for (ValueRef v : {make_bool(true), make_bool(false), ValueRef(make_dictionary()),
+                     ValueRef(make_array()), make_string(""), make_data({})})
+    list->append(v);
+  const auto d =
+      make_dictionary({{"zebra", make_string("\xC3\xA9t\xC3\xA9 \xF0\x9F\x98\x80 <&>\t\r\n")},
+                       {"apple", make_data({0, 1, 2, 253, 254, 255})},
+                       {"mango", make_date(-86400.0 * 365)},
+                       {"list", list}});
   for (Format format : {Format::Xml, Format::Binary}) {
     const ValueRef back = round_trip(*d, format);
     EXPECT_TRUE(equal(back, d));
@@ -149,9 +139,8 @@ TEST(WriteTest, RefusesWhatFilesCannotHold) {
   EXPECT_EQ(error(String("\x1B[0m"), Format::Xml),
             "string cannot be written: U+001B cannot be written in XML");
   EXPECT_TRUE(write_plist(String("\x1B[0m"), Format::Binary).ok());
-  auto d = make_dictionary();
-  d->set("\x01", make_bool(true));
-  EXPECT_EQ(error(*d, Format::Xml), "key cannot be written: U+0001 cannot be written in XML");
+  EXPECT_EQ(error(*make_dictionary({{"\x01", make_bool(true)}}), Format::Xml),
+            "key cannot be written: U+0001 cannot be written in XML");
   EXPECT_EQ(error(Date(NAN), Format::Binary), "date is not a finite time");
 
   auto deep = make_array();

@@ -2,9 +2,9 @@
 // driver -> write pass -> user file.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -37,20 +37,19 @@ TEST_F(PrefStoreTest, SavingTheDefaultsLeavesOnlyVersionAndSetNames) {
 }
 
 TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
-  struct Case {
+  const struct {
     const char* what;
     std::optional<int> user;
     uint8_t driver;
     std::optional<int> saved;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"kept while the driver holds it", 5, 5, 5},
       {"kept although equal to the default", 3, 3, 3},
       {"stored when the driver differs", std::nullopt, 7, 7},
       {"replaced by the driver's value", 5, 6, 6},
       {"deleted when the driver holds the default", 5, 3, std::nullopt},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     auto levels = plist::make_dictionary();
     if (c.user) levels->set("Tball2AccelLevel", plist::make_int32(*c.user));
@@ -121,10 +120,7 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
 // still reach the driver unless the file cannot be read at all; the file
 // itself stays as it was. The last file's valid level stays in the driver.
 TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(data_path("bad_values")))
-    files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
+  const std::set<fs::path> files{fs::directory_iterator(data_path("bad_values")), {}};
   ASSERT_EQ(files.size(), 11u);
   for (const auto& file : files) {
     SCOPED_TRACE(file.filename().string());
