@@ -52,6 +52,10 @@ plist::ValueRef PrefStoreTest::read_user() const {
   return top ? top->get("CXPrefData") : nullptr;
 }
 
+std::string PrefStoreTest::user_file_bytes() const {
+  return read_file(user_file());
+}
+
 std::vector<uint8_t> PrefStoreTest::global_record(uint16_t index) const {
   std::vector<uint8_t> out;
   driver_.state().globals.read(index, 0, out);

@@ -24,6 +24,7 @@ class PrefStoreTest : public ::testing::Test {
   void write_user(const plist::ValueRef& root);
   // The user's "CXPrefData" as the file holds it, or null.
   plist::ValueRef read_user() const;
+  std::string user_file_bytes() const;
   std::string user_file() const;
   // A record of the driver: global data, or application data of set `key`.
   std::vector<uint8_t> global_record(uint16_t index) const;

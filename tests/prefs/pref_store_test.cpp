@@ -22,18 +22,12 @@ namespace fs = std::filesystem;
 
 constexpr char kLevel[] = "SystemWideData/AccelerationData/Tball2AccelLevel";
 
-plist::ValueRef read_data_file(const std::string& name) {
-  const auto result = plist::read_plist_file(data_path(name));
-  EXPECT_TRUE(result.value) << result.error;
-  return result.value;
-}
-
 TEST_F(PrefStoreTest, SavingTheDefaultsLeavesOnlyVersionAndSetNames) {
   active_app_sig = 0x74747874;
   load();
   EXPECT_EQ(active_app_sig, 0u) << "an activation forgets the front application";
   EXPECT_EQ(save(), 1);
-  EXPECT_EQ(read_file(user_file()), read_text("saved/defaults.plist"));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/defaults.plist"));
 }
 
 TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
@@ -81,17 +75,18 @@ TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
   driver_.mutable_state().global_record(94)[131] = default_table[131];
   driver_.mutable_state().apps.global().data.fixed(72)->at(3) = 2 | 4;
   save();
-  EXPECT_EQ(read_file(user_file()), read_text("saved/records.plist"));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/records.plist"));
 }
 
 TEST_F(PrefStoreTest, OldLayoutIsMigrated) {
-  const plist::ValueRef old = read_data_file("migrate_3.0.0.plist");
+  const plist::ValueRef old = plist::read_plist_file(data_path("migrate_3.0.0.plist")).value;
   ASSERT_TRUE(plist::as<plist::Dictionary>(old));
   auto user = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(old.get()));
   reconcile_old_user_plist(&user, "3.1.0");
   EXPECT_TRUE(plist::equal(user.get(), old.get()));
   reconcile_old_user_plist(&user, "3.0.0");
-  EXPECT_TRUE(plist::equal(user, read_data_file("migrate_3.0.0.expected.plist")));
+  EXPECT_TRUE(
+      plist::equal(user, plist::read_plist_file(data_path("migrate_3.0.0.expected.plist")).value));
 
   // A file without a version is taken as 3.0.0.
   write_user(plist::deep_copy(old.get()));
@@ -113,7 +108,7 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
   apps.edited().data.write(72, std::vector<uint8_t>{9, 0, 0, 0});
   apps.select_global();
   save();
-  EXPECT_EQ(read_file(user_file()), read_text("saved/sets.plist"));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/sets.plist"));
 }
 
 // Each file holds one bad value beside a valid chording speed, which must
@@ -125,11 +120,11 @@ TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
   for (const auto& file : files) {
     SCOPED_TRACE(file.filename().string());
     write_file(user_file(), read_file(file.string()));
-    const auto before = read_file(user_file());
+    const auto before = user_file_bytes();
     load();
     const bool unreadable = file.filename().string().find("unreadable") != std::string::npos;
     EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], unreadable ? 200 : 321);
-    EXPECT_EQ(read_file(user_file()), before);
+    EXPECT_EQ(user_file_bytes(), before);
   }
   EXPECT_EQ(global_record(2)[1], 7) << "the valid level beside the bad one";
 }
@@ -137,7 +132,7 @@ TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
 // Global and per-application sets, every response kind, records: what the
 // driver is given it gives back, and the saved dictionary is the one loaded.
 TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
-  const plist::ValueRef rich = read_data_file("rich_user.plist");
+  const plist::ValueRef rich = plist::read_plist_file(data_path("rich_user.plist")).value;
   write_user(rich);
   ::testing::internal::CaptureStderr();
   load();
@@ -145,10 +140,10 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_TRUE(plist::equal(read_user(), rich));
   // Saving what is saved changes nothing and keeps the file before as a backup.
-  const auto first = read_file(user_file());
+  const auto first = user_file_bytes();
   load();
   save();
-  EXPECT_EQ(read_file(user_file()), first);
+  EXPECT_EQ(user_file_bytes(), first);
   EXPECT_EQ(read_file(fs::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist"), first);
 
   // The control panel makes the global button 4 a plain click; its name stays.
@@ -158,13 +153,13 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
   auto& state = driver_.mutable_state();
   ASSERT_EQ(state.store_list(state.apps.global(), refdriver::response_key(0, 3, 0), click), 1);
   save();
-  EXPECT_EQ(read_file(user_file()), read_text("saved/rich_b4_click.plist"));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/rich_b4_click.plist"));
 }
 
 // A restore sends one section's defaults, the buttons only of the edited set,
 // and leaves the file alone; the next save drops those values of the user's.
 TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
-  const plist::ValueRef rich = read_data_file("rich_user.plist");
+  const plist::ValueRef rich = plist::read_plist_file(data_path("rich_user.plist")).value;
   write_user(rich);
   load();
   ASSERT_EQ(global_record(2), (std::vector<uint8_t>{3, 6, 3, 4, 4}));
@@ -174,7 +169,7 @@ TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
   EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
   EXPECT_TRUE(plist::equal(read_user(), rich));
   save();
-  EXPECT_EQ(read_file(user_file()), read_text("saved/restored.plist"));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/restored.plist"));
 }
 
 TEST_F(PrefStoreTest, EveryActivationForgetsTheFrontApplication) {
