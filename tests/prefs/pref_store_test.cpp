@@ -53,8 +53,9 @@ TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
     ASSERT_EQ(global_record(2)[0], c.user.value_or(3));
     driver_.mutable_state().globals.fixed(2)->at(0) = c.driver;
     save();
-    const auto* saved = plist::as<plist::Number>(at(read_user(), kLevel));
-    EXPECT_EQ(saved ? std::optional<int>(saved->int_value()) : std::nullopt, c.saved);
+    const plist::ValueRef saved = at(read_user(), kLevel);
+    const auto* level = plist::as<plist::Number>(saved);
+    EXPECT_EQ(level ? std::optional<int>(level->int_value()) : std::nullopt, c.saved);
     if (!c.saved) {
       EXPECT_FALSE(at(read_user(), "SystemWideData")) << "nor the emptied parents";
     }
