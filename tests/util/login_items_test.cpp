@@ -26,26 +26,28 @@ class LoginItemsTest : public ::testing::Test {
   }
   void TearDown() override { cleanupPreferenceIdentifiers(); }
   static std::string file(int all_users) {
-    return all_users ? platform::preference_file_path("loginwindow", platform::PrefUser::Any,
-                                                      platform::PrefHost::Current)
-                     : platform::preference_file_path("loginwindow", platform::PrefUser::Current,
-                                                      platform::PrefHost::Any);
+    using platform::PrefHost, platform::PrefUser;
+    return platform::preference_file_path("loginwindow",
+                                          all_users ? PrefUser::Any : PrefUser::Current,
+                                          all_users ? PrefHost::Current : PrefHost::Any);
   }
   static std::shared_ptr<plist::Array> items(const Paths& paths) {
     auto array = plist::make_array();
-    for (const auto& p : paths) {
-      auto item = plist::make_dictionary();
-      item->set("Hide", plist::make_bool(false));
-      item->set("Path", plist::make_string(p));
-      array->append(std::move(item));
-    }
+    for (const auto& p : paths)
+      array->append(plist::make_dictionary(
+          {{"Hide", plist::make_bool(false)}, {"Path", plist::make_string(p)}}));
     return array;
   }
+  static std::shared_ptr<plist::Dictionary> root(const Paths& paths) {
+    return plist::make_dictionary({{"AutoLaunchedApplicationDictionary", items(paths)}});
+  }
   static void store(int all_users, const Paths& paths) {
-    auto root = plist::make_dictionary();
-    root->set("AutoLaunchedApplicationDictionary", items(paths));
     test::write_file(file(all_users), "");
-    ASSERT_TRUE(plist::write_plist_file(file(all_users), *root, plist::Format::Xml).ok());
+    ASSERT_TRUE(plist::write_plist_file(file(all_users), *root(paths), plist::Format::Xml).ok());
+  }
+  // Whether the scope's file holds exactly these items.
+  static bool holds(int all_users, const Paths& paths) {
+    return plist::equal(plist::read_plist_file(file(all_users)).value, root(paths));
   }
 
   TempDir dir_;
@@ -91,9 +93,7 @@ TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
     store(c.all_users, c.stored);
     EXPECT_EQ(detectLoginItems(c.all_users), c.detected);
     removeLoginItems(c.all_users);
-    auto expected = plist::make_dictionary();
-    expected->set("AutoLaunchedApplicationDictionary", items(c.after));
-    EXPECT_TRUE(plist::equal(plist::read_plist_file(file(c.all_users)).value, expected));
+    EXPECT_TRUE(holds(c.all_users, c.after));
   }
 }
 
@@ -130,9 +130,7 @@ TEST_F(LoginItemsTest, AddReplacesStaleEntriesWithTheAgent) {
     store(all_users, {"/old/Corvex Background.app", "/Mail.app", "/x/CorvexBackground.app"});
     for (int round = 0; round < 2; ++round) {  // the agent's own entry is replaced, not doubled
       EXPECT_TRUE(addLoginItems(all_users));
-      auto expected = plist::make_dictionary();
-      expected->set("AutoLaunchedApplicationDictionary", items({"/Mail.app", CX_AGENT_BUNDLE}));
-      EXPECT_TRUE(plist::equal(plist::read_plist_file(file(all_users)).value, expected));
+      EXPECT_TRUE(holds(all_users, {"/Mail.app", CX_AGENT_BUNDLE}));
     }
     EXPECT_TRUE(detectLoginItems(all_users));
   }
