@@ -1,5 +1,8 @@
 #include "plist/text.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace cx::plist {
 
 size_t decode_utf8(std::string_view s, size_t i, uint32_t& c) {
@@ -53,6 +56,49 @@ bool is_xml_char(uint32_t c) {
          (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
 }
 
+namespace {
+
+constexpr uint64_t kOnes = 0x0101010101010101;
+constexpr uint64_t kHighBits = kOnes * 0x80;
+constexpr uint64_t kLowBits = kOnes * 0x7F;
+
+// The high bit of every byte of `word` that is zero, exactly (no borrows).
+uint64_t zero_bytes(uint64_t word) {
+  return ~(((word & kLowBits) + kLowBits) | word) & kHighBits;
+}
+
+// True when all eight bytes are printable ASCII, tab, line feed or
+// carriage return.
+bool plain_word(uint64_t word) {
+  if (word & kHighBits) return false;
+  // With each high bit set first, no subtraction borrows from its neighbour.
+  const uint64_t control = ~((word | kHighBits) - kOnes * 0x20) & kHighBits;
+  const uint64_t allowed = zero_bytes(word ^ (kOnes * '\t')) | zero_bytes(word ^ (kOnes * '\n')) |
+                           zero_bytes(word ^ (kOnes * '\r'));
+  return (control & ~allowed) == 0;
+}
+
+}  // namespace
+
+size_t skip_plain_ascii(std::string_view s, size_t i) {
+  const size_t n = s.size();
+  while (i < n) {
+    if (i + 8 <= n) {
+      uint64_t word = 0;
+      std::memcpy(&word, s.data() + i, 8);
+      if (plain_word(word)) {
+        i += 8;
+        continue;
+      }
+    }
+    for (const size_t stop = std::min(i + 8, n); i < stop; ++i) {
+      const auto c = static_cast<uint8_t>(s[i]);
+      if (c >= 0x80 || (c < 0x20 && c != '\n' && c != '\t' && c != '\r')) return i;
+    }
+  }
+  return n;
+}
+
 std::string code_point_name(uint32_t c) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string s = "U+";
@@ -62,6 +108,8 @@ std::string code_point_name(uint32_t c) {
 
 std::string text_defect(std::string_view s, bool xml) {
   for (size_t i = 0; i < s.size();) {
+    i = skip_plain_ascii(s, i);
+    if (i == s.size()) break;
     uint32_t c = 0;
     const size_t len = decode_utf8(s, i, c);
     if (len == 0) return "invalid UTF-8 at byte " + std::to_string(i);

@@ -18,6 +18,11 @@ void append_utf8(std::string& out, uint32_t c);
 
 bool is_xml_char(uint32_t c);
 
+// The index of the first byte at or after `i` that is neither printable ASCII
+// nor tab, line feed or carriage return; s.size() when there is none. Files
+// are mostly such bytes, so they are passed eight at a time.
+size_t skip_plain_ascii(std::string_view s, size_t i);
+
 // "U+0001"
 std::string code_point_name(uint32_t c);
 

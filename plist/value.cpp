@@ -15,6 +15,25 @@ void Array::remove(size_t i) {
 }
 
 Dictionary::Dictionary(std::vector<Entry> entries) : Value(Type::Dictionary) {
+  // Most dictionaries of a file are small: comparing every pair costs less
+  // than building an index, and a file without repeated keys keeps its
+  // vector as it is.
+  constexpr size_t kIndexFrom = 16;
+  if (entries.size() < kIndexFrom) {
+    size_t kept = 0;
+    for (size_t i = 0; i < entries.size(); ++i) {
+      const auto earlier =
+          std::find_if(entries.begin(), entries.begin() + kept,
+                       [&](const Entry& e) { return e.first == entries[i].first; });
+      if (earlier != entries.begin() + kept)
+        earlier->second = std::move(entries[i].second);
+      else if (kept++ != i)
+        entries[kept - 1] = std::move(entries[i]);
+    }
+    entries.resize(kept);
+    entries_ = std::move(entries);
+    return;
+  }
   // Readers hand over whole files: a hash index keeps this linear, and a
   // repeated key keeps its first position and takes its last value.
   std::unordered_map<std::string_view, size_t> seen;

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "plist/date_text.h"
@@ -242,7 +243,10 @@ class Scanner {
   }
 
   bool at_end() const { return pos_ >= doc_.size(); }
-  bool starts(std::string_view s) const { return doc_.substr(pos_, s.size()) == s; }
+  bool starts(std::string_view s) const {
+    return pos_ <= doc_.size() && doc_.size() - pos_ >= s.size() &&
+           std::memcmp(doc_.data() + pos_, s.data(), s.size()) == 0;
+  }
 
   bool skip_space() {
     const size_t from = pos_;
@@ -274,6 +278,8 @@ class Scanner {
   // its XML writer silently drops what XML cannot carry.
   bool check_characters() {
     for (size_t i = 0; i < doc_.size();) {
+      i = skip_plain_ascii(doc_, i);
+      if (i == doc_.size()) break;
       const auto byte = static_cast<uint8_t>(doc_[i]);
       if ((byte >= 0x20 && byte < 0x80) || byte == '\n' || byte == '\t' || byte == '\r') {
         ++i;

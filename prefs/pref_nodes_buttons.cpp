@@ -1,6 +1,7 @@
 // Buttons: every button of a set goes to the driver as one run of response
 // blocks, and comes back from one fetched run.
 #include <cstdio>
+#include <vector>
 
 #include "driver/driver_connection.h"
 #include "driver/response_requests.h"
@@ -12,11 +13,35 @@
 namespace cx {
 namespace {
 
-// The responses fetched for a write pass.
-struct fetched_responses {
-  const uint8_t* block = nullptr;
-  uint32_t length = 0;
+// One response of the fetched run, as the walk from the run's start meets
+// it; the walk ends after the first block that fails validation.
+struct fetched_block {
+  const uint8_t* at = nullptr;
+  uint32_t left = 0;
+  const uint8_t* payload = nullptr;  // null: the block failed validation
+  uint32_t payload_length = 0;
 };
+
+// The responses fetched for a write pass, validated once for all buttons:
+// each button's own walk would checksum every block before its own.
+struct fetched_responses {
+  std::vector<fetched_block> blocks;
+};
+
+std::vector<fetched_block> walk_blocks(const uint8_t* at, uint32_t left) {
+  std::vector<fetched_block> blocks;
+  while (left > 0) {
+    fetched_block& b = blocks.emplace_back();
+    b.at = at;
+    b.left = left;
+    b.payload = CXTransferValidate(at, left, &b.payload_length);
+    if (!b.payload) break;
+    const uint32_t length = CXTransferBlockLength(at);
+    at += length;
+    left -= length;
+  }
+  return blocks;
+}
 
 constexpr uint8_t kAllButtonsEnd = 25;
 // Each retry follows a buffer that grew to what the driver asked for; a
@@ -78,13 +103,14 @@ void read_buttons_data(PrefNode* node) {
 void write_buttons_data(PrefNode* node) {
   pref_item_info* self = get_object_info(node);
   refresh_from_dictionaries(node);
-  fetched_responses fetched;
   int16_t status = 0;
-  fetched.block = GetResponses(0, kAllButtonsEnd, 0, 0, &fetched.length, &status);
-  if (!fetched.block) {
+  uint32_t length = 0;
+  const uint8_t* run = GetResponses(0, kAllButtonsEnd, 0, 0, &length, &status);
+  if (!run) {
     keep_user_value(self);
     return;
   }
+  fetched_responses fetched{walk_blocks(run, length)};
   self->scratch = &fetched;
   call_children(node, 1);
   self->scratch = nullptr;
@@ -122,25 +148,20 @@ void write_a_button_data(PrefNode* node) {
   const auto* fetched = parent_scratch<fetched_responses>(node);
   if (!fetched) return;
   const uint8_t button = button_number(self->key);
-  const uint8_t* at = fetched->block;
-  uint32_t left = fetched->length;
-  for (int ordinal = 1; left > 0; ++ordinal) {
-    uint32_t payload_length = 0;
-    const uint8_t* payload = CXTransferValidate(at, left, &payload_length);
-    if (!payload) {
+  const fetched_block* found = nullptr;
+  for (size_t i = 0; i < fetched->blocks.size() && !found; ++i) {
+    const fetched_block& b = fetched->blocks[i];
+    if (!b.payload) {
       std::fprintf(stderr,
                    "CXBackGroundApp - write_a_button_data(): Response Block #%d: <invalid>\n",
-                   ordinal);
+                   static_cast<int>(i + 1));
       keep_user_value(self);
       return;
     }
-    if (payload_length > 0 && payload[0] == button) break;
-    const uint32_t length = CXTransferBlockLength(at);
-    at += length;
-    left -= length;
+    if (b.payload_length > 0 && b.payload[0] == button) found = &b;
   }
   resp_work work = work_for(self, button);
-  if (left == 0 || !start_resp_read(&work, at, static_cast<int32_t>(left))) {
+  if (!found || !start_resp_read(&work, found->at, static_cast<int32_t>(found->left))) {
     std::fprintf(stderr, "CXBackGroundApp - write_a_button_data(): Block not found\n");
     keep_user_value(self);
     return;
