@@ -9,18 +9,19 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <vector>
 
 #include "agent/agent_state.h"
 #include "cpanel/cx_ae_mgr.h"
+#include "fuzz/driver_round.h"
+#include "fuzz/fuzz_support.h"
 #include "platform/apple_events.h"
-#include "tests/support/in_process_driver.h"
 
 namespace {
 
 using namespace cx;
+using fuzz::check;
 using platform::fourcc;
 using platform::OSType;
 
@@ -70,15 +71,10 @@ class Reader {
   size_t at_ = 0;
 };
 
-void check(bool ok) {
-  if (!ok) std::abort();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static test::InProcessDriver driver;
-  driver.reset();
+  const fuzz::DriverRound round;
   background_app_active = 1;
   Reader in({data, size});
   for (int step = 0; step < 16 && in.more(); ++step) {

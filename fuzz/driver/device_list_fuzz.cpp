@@ -2,33 +2,29 @@
 // the descriptor table built from it and sent to the reference driver.
 // Nothing may crash or hang; the table holds whole records in UniqueID order,
 // no more than the list has descriptions, and the driver takes it as sent.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "driver/device_requests.h"
 #include "driver/device_table.h"
-#include "tests/support/in_process_driver.h"
+#include "fuzz/driver_round.h"
+#include "fuzz/fuzz_support.h"
 #include "util/byte_order.h"
 
 namespace {
+
+using cx::fuzz::check;
 
 constexpr size_t kUniqueIdOffset = 28;
 // A usable list has at most 255 keys, "Version" among them.
 constexpr size_t kMostDescriptions = 254;
 
 std::string set_up_bundle() {
-  namespace fs = std::filesystem;
-  const fs::path root = fs::temp_directory_path() / ("cx-devices-" + std::to_string(getpid()));
-  const fs::path resources = root / "CXDevices.cxdev" / "Contents" / "Resources";
-  fs::create_directories(resources);
+  const std::filesystem::path resources = "CXDevices.cxdev/Contents/Resources";
+  const std::filesystem::path root = cx::fuzz::private_folder("cx-devices", resources);
   setenv("CORVEX_BUNDLE", (root / "Corvex Background").c_str(), 1);
-  return (resources / "Fuzzed.plist").string();
+  return root / resources / "Fuzzed.plist";
 }
 
 bool in_unique_id_order(const cx::device_table_block& block) {
@@ -45,28 +41,20 @@ bool in_unique_id_order(const cx::device_table_block& block) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::string file = set_up_bundle();
-  static cx::test::InProcessDriver driver;
-  driver.reset();
-  std::ofstream(file, std::ios::binary | std::ios::trunc)
-      .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  const cx::fuzz::DriverRound round;
+  cx::fuzz::write_input(file, data, size);
 
   const auto bundle = cx::dirt_bundle_create();
-  if (!bundle) std::abort();
+  check(bundle != nullptr);
   const auto block = cx::device_properties_copy(*bundle);
-  if (!block || block->size() % cx::kDeviceRecordSize != 0 || !in_unique_id_order(*block)) {
-    std::abort();
-  }
-  if (block->size() / cx::kDeviceRecordSize > kMostDescriptions) std::abort();
+  check(block && block->size() % cx::kDeviceRecordSize == 0 && in_unique_id_order(*block));
+  check(block->size() / cx::kDeviceRecordSize <= kMostDescriptions);
 
-  if (cx::setDeviceDescriptors() != 0) std::abort();
-  const auto& held = driver.state->devices.descriptors();
-  if (held.size() * cx::kDeviceRecordSize != block->size()) std::abort();
+  check(cx::setDeviceDescriptors() == 0);
+  const auto& held = round.driver().state->devices.descriptors();
+  check(held.size() * cx::kDeviceRecordSize == block->size());
   for (size_t i = 0; i < held.size(); ++i) {
-    if (!std::equal(held[i].begin(), held[i].end(), block->begin() + i * cx::kDeviceRecordSize)) {
-      std::abort();
-    }
+    check(std::equal(held[i].begin(), held[i].end(), block->begin() + i * cx::kDeviceRecordSize));
   }
-  // The connection refers to the static driver, which may go first at exit.
-  cx::DisconnectFromDriver();
   return 0;
 }

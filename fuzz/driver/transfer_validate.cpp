@@ -9,14 +9,9 @@
 #include <vector>
 
 #include "driver/transfer_block.h"
+#include "fuzz/fuzz_support.h"
 
-namespace {
-
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
-
-}  // namespace
+using cx::fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzedDataProvider input(data, size);

@@ -6,13 +6,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "fuzz/fuzz_support.h"
 #include "model/flattened_data.h"
 
 namespace {
 
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
+using cx::fuzz::check;
 
 void run(cx::CXFlattenedData& record, uint8_t op) {
   const uint32_t before = record.getSize();

@@ -7,28 +7,24 @@
 #include <cstdlib>
 #include <filesystem>
 #include <span>
-#include <string>
 
 #include "agent/agent_state.h"
+#include "fuzz/driver_round.h"
+#include "fuzz/fuzz_support.h"
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
 #include "prefs/pref_files.h"
-#include "tests/support/in_process_driver.h"
 
 namespace {
 
 using namespace cx;
-
-void check(bool ok) {
-  if (!ok) std::abort();
-}
+using fuzz::check;
 
 // A private bundle folder with the shipped defaults beside it, and a private
 // preferences folder that is never written (nothing is synchronised).
 bool set_up_folders() {
   namespace fs = std::filesystem;
-  const fs::path root = fs::temp_directory_path() / ("cx-read-pass-" + std::to_string(getpid()));
-  fs::create_directories(root / "bundle" / "Corvex Background");
+  const fs::path root = fuzz::private_folder("cx-read-pass", "bundle/Corvex Background");
   fs::copy_file(CX_DEFAULT_PLIST, root / "bundle" / "Corvex_Default.plist",
                 fs::copy_options::overwrite_existing);
   setenv("CORVEX_BUNDLE", (root / "bundle" / "Corvex Background").c_str(), 1);
@@ -41,8 +37,7 @@ bool set_up_folders() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool ready = set_up_folders();
   (void)ready;
-  static test::InProcessDriver driver;
-  driver.reset();
+  const fuzz::DriverRound round;
   plist::ValueRef value = plist::read_plist(std::span(data, size)).value;
   if (!value) return 0;
   if (const auto* top = plist::as<plist::Dictionary>(value); top && top->contains("CXPrefData"))

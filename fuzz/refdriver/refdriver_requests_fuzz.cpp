@@ -9,11 +9,11 @@
 // After each step the replies must be valid blocks and the driver's memory
 // accounting must match what it holds.
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <vector>
 
 #include "driver/transfer_block.h"
+#include "fuzz/fuzz_support.h"
 #include "refdriver/driver_sink.h"
 #include "refdriver/driver_state.h"
 #include "refdriver/request_codes.h"
@@ -26,6 +26,8 @@ namespace {
 using namespace cx;
 using namespace cx::refdriver;
 
+using fuzz::check;
+
 class NullSink final : public DriverSink {
  public:
   void notify(uint32_t, uint64_t) override {}
@@ -34,10 +36,6 @@ class NullSink final : public DriverSink {
 
 constexpr ClientPeer kPeers[] = {{1, 1000, 10}, {2, 1001, 11}, {3, 0, 12}, {4, 1, 13}};
 constexpr size_t kReplySizes[] = {8, 300, 0x10000, 0x20000};
-
-void check(bool ok) {
-  if (!ok) std::abort();
-}
 
 // What the sets hold adds up to what the budget says.
 void check_accounting(DriverState& state) {

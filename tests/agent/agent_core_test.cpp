@@ -81,14 +81,6 @@ TEST_F(DriverEventTest, QueueIsDrainedOnlyWhileActiveAndUnknownCodesAreSkipped) 
   EXPECT_EQ(count_in_log("paste_text"), 0);
 }
 
-TEST_F(DriverEventTest, StartUpDrainDropsStalePresses) {
-  queue(driver_, 2, "http://example.org/");
-  background_app_active = 1;
-  poll_driver_events(false);
-  EXPECT_EQ(driver_.state().events.size(), 0u);
-  EXPECT_EQ(count_in_log("Launching URL"), 0);
-}
-
 using SessionTest = AgentTest;
 
 TEST_F(SessionTest, OwnUserActivatesAndDevicesAreSentOnce) {
@@ -150,32 +142,29 @@ TEST_F(SessionTest, OffConsoleOnlyWithdrawsItsOwnUser) {
 
 using ForegroundTest = AgentTest;
 
-TEST_F(ForegroundTest, InactiveAgentCountsOnAndRemovesTheLoginItemOnce) {
+// Ticks count on while the agent is inactive; the first tick past the
+// fiftieth of an active one drains the queue.
+TEST_F(ForegroundTest, FiftiethTickRemovesTheLoginItemOnceAndDrainsOnlyWhenActive) {
   installForegroundAppTimer();
+  queue(driver_, 6, "");
   loop_.advance(std::chrono::milliseconds(1000 + 48 * 200));
   EXPECT_EQ(timer_driver_poll_count, 49);
   EXPECT_EQ(removed_login_item, 0u);
   loop_.advance(std::chrono::milliseconds(200));  // 10.8 s: the 50th tick
   EXPECT_EQ(removed_login_item, 1u);
-  loop_.advance(std::chrono::milliseconds(200));
-  EXPECT_EQ(timer_driver_poll_count, 51);
-  EXPECT_EQ(processes_.front_queries, 0);
-  timer_driver_poll_count = 32767;
-  foregroundAppTimerAction(nullptr, nullptr);
-  EXPECT_EQ(timer_driver_poll_count, -32768);
-  removeForegroundAppTimer();
-}
-
-TEST_F(ForegroundTest, ActiveAgentDrainsTheQueueOnTheFiftiethTick) {
-  background_app_active = 1;
-  queue(driver_, 6, "");
-  for (int tick = 1; tick < 50; ++tick) foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(timer_driver_poll_count, 50);
   EXPECT_EQ(driver_.state().events.size(), 1u);
-  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(processes_.front_queries, 0);
+  background_app_active = 1;
+  loop_.advance(std::chrono::milliseconds(200));
   EXPECT_EQ(driver_.state().events.size(), 0u);
   EXPECT_EQ(timer_driver_poll_count, 0);
   EXPECT_EQ(count_in_log("Opening Home Page"), 1);
   EXPECT_EQ(launcher_.opened, std::vector<std::string>{"(browser)"});
+  timer_driver_poll_count = 32767;
+  foregroundAppTimerAction(nullptr, nullptr);
+  EXPECT_EQ(timer_driver_poll_count, -32768);
+  removeForegroundAppTimer();
 }
 
 TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
@@ -208,19 +197,12 @@ TEST_F(ForegroundTest, SwitchesFollowSignatureThenName) {
 
 // The real main loop and X11 process service on a private X server, where
 // corvex-desktopctl plays the window manager.
-class FrontWatchTest : public AgentTest {
- protected:
-  void SetUp() override {
-    AgentTest::SetUp();
-    ASSERT_FALSE(xvfb_.display().empty());
-    platform::set_event_loop(nullptr);
-    platform::set_processes(nullptr);
-  }
-  Xvfb xvfb_;
-  ScopedEnv display_{"DISPLAY", xvfb_.display()};
-};
-
-TEST_F(FrontWatchTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
+TEST_F(ForegroundTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
+  const Xvfb xvfb;
+  ASSERT_FALSE(xvfb.display().empty());
+  const ScopedEnv display("DISPLAY", xvfb.display());
+  platform::set_event_loop(nullptr);
+  platform::set_processes(nullptr);
   background_app_active = 1;
   installForegroundAppTimer();
   auto& loop = platform::event_loop();
@@ -239,31 +221,31 @@ TEST_F(FrontWatchTest, FocusChangesReachTheDriverBeforeTheFirstTick) {
   removeForegroundAppTimer();
 }
 
-class SetupTest : public AgentTest {
- protected:
-  explicit SetupTest(uint16_t version = 0x0300, uint8_t revision = 1)
-      : AgentTest([=](refdriver::DriverState& s) {
-          s.devices.interface_version = version;
-          s.devices.interface_revision = revision;
-        }) {}
-};
+using SetupTest = AgentTest;
 
 TEST_F(SetupTest, SetUpReachesTheLoopAndTearDownUndoesIt) {
   use_agent_log();
+  queue(driver_, 2, "http://example.org/");      // pressed while no agent listened
   setenv("CORVEX_SYSTEM_VERSION", "0x1028", 1);  // no fast user switching
   ASSERT_EQ(setup_backgroundapp(), 0);
   unsetenv("CORVEX_SYSTEM_VERSION");
-  for (const platform::OSType id :
-       {fourcc("mnex"), fourcc("wprf"), fourcc("rdpf"), fourcc("gbac"), fourcc("minf")})
+  EXPECT_EQ(driver_.state().events.size(), 0u);
+  EXPECT_TRUE(launcher_.opened.empty());
+  for (const platform::OSType id : {fourcc("wprf"), fourcc("rdpf"), fourcc("gbac"), fourcc("minf")})
     EXPECT_TRUE(events_.handlers().has_handler(fourcc("cxvx"), id)) << platform::fourcc_text(id);
-  EXPECT_TRUE(events_.handlers().has_handler(fourcc("aevt"), fourcc("quit")));
   EXPECT_EQ(events_.served, std::vector<platform::OSType>{fourcc("VCVX")});
   EXPECT_EQ(active_user().state, 2);
   EXPECT_EQ(loop_.timer_count(), 1u);
   EXPECT_EQ(loop_.watch_count(), 1u);
 
+  // The menu extra's switch is read as a short; without one it is off.
+  platform::AppleEvent show(fourcc("cxvx"), fourcc("mnex"), {}), reply;
+  EXPECT_EQ(events_.handlers().dispatch(platform::AppleEvent(show), reply), platform::noErr);
+  EXPECT_EQ(menuExtraVisible, 0u);
+  show.put_shor(fourcc("data"), 1);
+  EXPECT_EQ(events_.handlers().dispatch(show, reply), platform::noErr);
+  EXPECT_EQ(menuExtraVisible, 1u);
   platform::AppleEvent quit(fourcc("aevt"), fourcc("quit"), {});
-  platform::AppleEvent reply = platform::AppleEvent::make_reply();
   EXPECT_EQ(events_.handlers().dispatch(quit, reply), platform::noErr);
   EXPECT_TRUE(loop_.quit_requested());
 
@@ -302,50 +284,38 @@ TEST_F(SetupTest, ALostDriverIsSoughtAfterPausesDoublingFromHalfASecondToTenSeco
   cleanup_backgroundapp();
 }
 
-TEST_F(SetupTest, MenuExtraEventReadsItsDataAsShort) {
-  platform::AppleEvent show(fourcc("cxvx"), fourcc("mnex"), {});
-  show.put_shor(fourcc("data"), 1);
-  platform::AppleEvent no_reply;
-  EXPECT_EQ(MenuExtraAppleEventHandler(show, no_reply, 0), platform::noErr);
-  EXPECT_EQ(menuExtraVisible, 1u);
-  const platform::AppleEvent bare(fourcc("cxvx"), fourcc("mnex"), {});
-  EXPECT_EQ(MenuExtraAppleEventHandler(bare, no_reply, 0), platform::noErr);
-  EXPECT_EQ(menuExtraVisible, 0u);
-}
-
-class MismatchTest : public SetupTest, public ::testing::WithParamInterface<int> {
- protected:
-  MismatchTest() : SetupTest(GetParam() == 0 ? 0x0300 : 0x0301, GetParam() == 0 ? 2 : 1) {}
-};
-
-TEST_P(MismatchTest, OnlyTheExactDriverInterfaceIsAccepted) {
-  use_agent_log();
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(setup_backgroundapp(), -10011);
-  const std::string errors = ::testing::internal::GetCapturedStderr();
-  const std::string expected = GetParam() == 0
-                                   ? "Driver Version: 0x300(0x2)\n    App Version: 0x300(0x1)\n"
-                                   : "Driver Version: 0x301(0x1)\n    App Version: 0x300(0x1)\n";
-  EXPECT_NE(errors.find("Corvex Background: Driver version mismatch.\n\t\t\t" + expected),
-            std::string::npos)
-      << errors;
-  cleanup_backgroundapp();
-  EXPECT_NE(log().find("End of Corvex Background.app Diagnostic Report"), std::string::npos);
-}
-
-INSTANTIATE_TEST_SUITE_P(OlderAndNewer, MismatchTest, ::testing::Values(0, 1));
-
-TEST_F(SetupTest, NoDriverIsReportedAndStillTornDown) {
+// Each refusal is reported on stderr, and set-up is still torn down.
+TEST_F(SetupTest, OnlyTheExactDriverInterfaceIsAcceptedAndAMissingDriverIsReported) {
   use_agent_log();
   const auto nowhere = platform::make_socket_user_client_service(dir_.file("none"));
-  platform::set_user_client_service(nowhere.get());
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(setup_backgroundapp(), -10010);
-  EXPECT_NE(::testing::internal::GetCapturedStderr().find(
-                "Corvex Background: could not connect to driver\n"),
-            std::string::npos);
-  cleanup_backgroundapp();
-  EXPECT_NE(log().find("End of Corvex Background.app Diagnostic Report"), std::string::npos);
+  const struct {
+    uint16_t version;
+    uint8_t revision;
+    platform::UserClientService* service;
+    int status;
+    const char* error;
+  } cases[] = {
+      {0x0300, 2, service_.get(), -10011,
+       "Corvex Background: Driver version mismatch.\n\t\t\tDriver Version: 0x300(0x2)\n"
+       "    App Version: 0x300(0x1)\n"},
+      {0x0301, 1, service_.get(), -10011,
+       "Corvex Background: Driver version mismatch.\n\t\t\tDriver Version: 0x301(0x1)\n"
+       "    App Version: 0x300(0x1)\n"},
+      {0x0300, 1, nowhere.get(), -10010, "Corvex Background: could not connect to driver\n"},
+  };
+  int reports = 0;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.error);
+    driver_.mutable_state().devices.interface_version = c.version;
+    driver_.mutable_state().devices.interface_revision = c.revision;
+    platform::set_user_client_service(c.service);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(setup_backgroundapp(), c.status);
+    const std::string errors = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(errors.find(c.error), std::string::npos) << errors;
+    cleanup_backgroundapp();
+    EXPECT_EQ(count_in_log("End of Corvex Background.app Diagnostic Report"), ++reports);
+  }
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include "agent/menu_extra.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +13,9 @@
 #include <vector>
 
 #include "driver/device_descriptor.h"
-#include "driver/driver_connection.h"
-#include "platform/linux/user_client_socket.h"
 #include "platform/preferences.h"
 #include "plist/plist_io.h"
+#include "tests/support/agent_link.h"
 #include "tests/support/reference_driver.h"
 #include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
@@ -59,8 +57,7 @@ class AgentMenuExtra : public ::testing::Test {
   }
   void TearDown() override {
     unloadMenuExtraBundle();
-    DisconnectFromDriver();
-    platform::set_user_client_service(nullptr);
+    link_.reset();
     for (const char* name :
          {"CORVEX_BUNDLE", "XDG_CONFIG_HOME", "CORVEX_SYSTEM_VERSION", "CX_OPEN_MARK"})
       unsetenv(name);
@@ -69,9 +66,7 @@ class AgentMenuExtra : public ::testing::Test {
   // A fresh driver with these devices attached (true: it has a wheel) and
   // global item 13.
   void serve(const std::vector<bool>& wheels, uint16_t scroll_item = 0) {
-    DisconnectFromDriver();
-    platform::set_user_client_service(nullptr);
-    service_.reset();
+    link_.reset();
     driver_ = std::make_unique<ReferenceDriver>([&](refdriver::DriverState& state) {
       std::vector<uint8_t> table(wheels.size() * kDeviceRecordSize);
       for (size_t i = 0; i < wheels.size(); ++i) {
@@ -90,8 +85,7 @@ class AgentMenuExtra : public ::testing::Test {
       state.globals.write(kScrollItem, item);
     });
     ASSERT_TRUE(driver_->running()) << driver_->error();
-    service_ = platform::make_socket_user_client_service(driver_->dir());
-    platform::set_user_client_service(service_.get());
+    link_ = std::make_unique<AgentLink>(driver_->dir());
   }
 
   uint16_t scroll_item() const {
@@ -114,7 +108,7 @@ class AgentMenuExtra : public ::testing::Test {
 
   TempDir dir_;
   std::unique_ptr<ReferenceDriver> driver_;
-  std::unique_ptr<platform::UserClientService> service_;
+  std::unique_ptr<AgentLink> link_;
 };
 
 TEST_F(AgentMenuExtra, LoadsOnlyOnTenTwoAndLaterAndGoesQuietWhenUnloaded) {
@@ -187,7 +181,10 @@ TEST_F(AgentMenuExtra, SetupShowsItOnlyWhenWantedAndSomeDeviceHasAWheel) {
   }
 }
 
-TEST_F(AgentMenuExtra, CallbackTogglesAndReadsHorizontalScrolling) {
+// Command 2 starts the control panel: the host's script leaves its mark.
+TEST_F(AgentMenuExtra, CallbackTogglesAndReadsHorizontalScrollingAndOpensThePanel) {
+  const std::string mark = dir_.file("opened");
+  setenv("CX_OPEN_MARK", mark.c_str(), 1);
   serve({true}, 0x0107);
   ASSERT_TRUE(loadMenuExtraBundle());
   struct Step {
@@ -197,6 +194,7 @@ TEST_F(AgentMenuExtra, CallbackTogglesAndReadsHorizontalScrolling) {
   } steps[] = {
       {-1, 0, 0x0107, ""},       {1, 0, 0x010F, "update "}, {-1, 1, 0x010F, ""},
       {1, 0, 0x0107, "update "}, {7, 0, 0x0107, ""},        {0, 0, 0x0107, ""},
+      {2, 0, 0x0107, ""},
   };
   for (const Step& s : steps) {
     SCOPED_TRACE(s.command);
@@ -205,14 +203,7 @@ TEST_F(AgentMenuExtra, CallbackTogglesAndReadsHorizontalScrolling) {
     EXPECT_EQ(scroll_item(), s.item);
     EXPECT_EQ(g_calls, s.calls);
   }
-}
-
-TEST_F(AgentMenuExtra, CallbackTwoStartsTheControlPanel) {
-  const std::string mark = dir_.file("opened");
-  setenv("CX_OPEN_MARK", mark.c_str(), 1);
-  EXPECT_EQ(menuExtraCallback(2), 0);
-  for (int i = 0; i < 500 && !std::filesystem::exists(mark); ++i) usleep(10000);
-  EXPECT_TRUE(std::filesystem::exists(mark));
+  EXPECT_TRUE(eventually([&] { return std::filesystem::exists(mark); }));
 }
 
 }  // namespace

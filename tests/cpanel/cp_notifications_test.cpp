@@ -1,8 +1,8 @@
 // Where the agent's events go: System Preferences before the control panel
-// application, nowhere when neither runs; and how the save question is answered.
+// application, nowhere when neither runs. How the save question is answered
+// is tested with the agent's deactivation.
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <vector>
 
 #include "cpanel/ae_codes.h"
@@ -35,9 +35,9 @@ class ControlPanelWorld {
     platform::set_processes(nullptr);
     platform::set_apple_events(nullptr);
   }
-  void run(OSType signature, uint32_t pid, const platform::AEHandlerTable* handlers = nullptr) {
+  void run(OSType signature, uint32_t pid) {
     processes_.list.push_back({{0, pid}, signature, "app"});
-    events_.add_process(signature, pid, handlers);
+    events_.add_process(signature, pid, nullptr);
   }
   // Listed as a process with `signature`, but not the owner of its name.
   void look_alike(OSType signature, uint32_t pid) {
@@ -78,6 +78,10 @@ TEST(ControlPanelLink, EventsGoToSettingsHostFirstAndNowhereWithoutPanel) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.expected_pid);
     ControlPanelWorld world;
+    // Anyone can list processes that claim these signatures; the events go
+    // to the owners of the names all the same.
+    world.look_alike(ae_code::kSystemPreferences, 100);
+    world.look_alike(ae_code::kControlPanelApp, 200);
     for (OSType sig : c.running) {
       world.run(sig, sig == ae_code::kControlPanelApp ? kPanelPid : kSettingsPid);
     }
@@ -111,53 +115,6 @@ TEST(ControlPanelLink, EventsGoToSettingsHostFirstAndNowhereWithoutPanel) {
     EXPECT_EQ(find_running_app_by_signature(ae_code::kSystemPreferences, &psn, nullptr),
               c.expected_pid == kSettingsPid ? platform::noErr : platform::procNotFound);
     EXPECT_EQ(psn, (ProcessSerialNumber{0, c.expected_pid == kSettingsPid ? kSettingsPid : 0u}));
-  }
-}
-
-// Anyone can list processes that claim the control panel's signature; the
-// events go to the owner of its name all the same.
-TEST(ControlPanelLink, EventsGoToTheOwnerOfTheNameNotToLookAlikes) {
-  ControlPanelWorld world;
-  for (uint32_t pid = 100; pid < 110; ++pid) {
-    world.look_alike(ae_code::kSystemPreferences, pid);
-    world.look_alike(ae_code::kControlPanelApp, pid + 100);
-  }
-  world.run(ae_code::kControlPanelApp, kPanelPid);
-  EXPECT_EQ(update_mice(), platform::noErr);
-  ASSERT_EQ(world.events().sent.size(), 1u);
-  EXPECT_EQ(target_of(world.events().sent[0].event), (ProcessSerialNumber{0, kPanelPid}));
-  EXPECT_EQ(world.events().sent[0].result, platform::noErr);
-}
-
-std::optional<int16_t> g_answer;
-
-platform::OSErr answer_save_question(const AppleEvent&, AppleEvent& reply, intptr_t) {
-  if (g_answer) reply.put_shor(platform::keyDirectObject, *g_answer);
-  return platform::noErr;
-}
-
-TEST(ControlPanelLink, OnlyAnAnswerOfOneAsksToSave) {
-  ControlPanelWorld world;
-  platform::AEHandlerTable panel;
-  panel.install(ae_code::kSuite, ae_code::kBackgroundDeactivate, &answer_save_question, 0);
-  world.run(ae_code::kControlPanelApp, kPanelPid, &panel);
-  struct Case {
-    std::optional<int16_t> answer;
-    platform::OSErr transport_error;
-    bool save;
-  };
-  const Case cases[] = {
-      {1, platform::noErr, true},
-      {2, platform::noErr, false},
-      {0, platform::noErr, false},
-      {std::nullopt, platform::noErr, false},
-      {1, platform::connectionInvalid, false},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.answer.value_or(-1));
-    g_answer = c.answer;
-    world.events().transport_error = c.transport_error;
-    EXPECT_EQ(send_bkg_deactivate_ae_to_cp(), c.save);
   }
 }
 

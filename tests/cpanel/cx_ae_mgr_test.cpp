@@ -5,7 +5,6 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -18,13 +17,6 @@
 #include "tests/support/agent_link.h"
 #include "tests/support/reference_driver.h"
 #include "util/byte_order.h"
-
-namespace cx::platform {
-// Failures show the descriptor's type and bytes.
-void PrintTo(const AEDesc& desc, std::ostream* os) {
-  *os << fourcc_text(desc.descriptorType) << ' ' << ::testing::PrintToString(desc.data);
-}
-}  // namespace cx::platform
 
 namespace cx::test {
 namespace {
@@ -102,14 +94,12 @@ TEST_F(CXAEMgrTest, BoundHandlersReply) {
       {"minf",              &CXAEMgr::GetMouseInfoEventHandler,           {}, true,  0,
        bytes_param(ae_code::kMouseInfo, mous)},
   });
-  // clang-format on
   background_app_active = 2;
-  run_calls({{"gbac active",
-              &CXAEMgr::GetBackgroundAppActiveEventHandler,
-              {},
-              true,
-              0,
-              shor_param(platform::keyDirectObject, 1)}});
+  run_calls({
+      {"gbac active",       &CXAEMgr::GetBackgroundAppActiveEventHandler, {}, true,  0,
+       shor_param(platform::keyDirectObject, 1)},
+  });
+  // clang-format on
 }
 
 TEST_F(CXAEMgrTest, DataHandlersRoundTripThroughDriver) {

@@ -63,6 +63,14 @@ class DriverLinkTest : public ::testing::Test {
     platform::set_user_client_service(nullptr);
   }
   FakeDriver driver;
+  // What requests answer, and the buffers their replies are copied into.
+  uint32_t length = 0;
+  int16_t status = 0, x = 0, y = 0;
+  std::array<act_item, 4> items{};
+  std::array<uint8_t, 36> name{};
+  std::array<char, 32> key{};
+  std::array<char, 8> app{};
+  mouse_version_info info;
 };
 
 const std::string kNotFound = "Service '" + std::string(kDriverClassName) + "' not found\n";
@@ -71,17 +79,29 @@ const std::string kNotFound = "Service '" + std::string(kDriverClassName) + "' n
 #define RUN(...) [&] { __VA_ARGS__; }
 #define CALL(...) [&]() -> int64_t { return static_cast<int64_t>(__VA_ARGS__); }
 
-TEST_F(DriverLinkTest, ConnectingMapsTwo64KBuffersOnce) {
+TEST_F(DriverLinkTest, ConnectingMapsTwo64KBuffersOnceAndDisconnectReleasesThem) {
+  DisconnectFromDriver();  // harmless while closed
   ASSERT_EQ(ConnectToDriver(), 1);
   ASSERT_TRUE(driver_connected && in_shmem && out_shmem);
-  EXPECT_NE(in_shmem->memoryType, out_shmem->memoryType);
-  EXPECT_EQ(in_shmem->address, driver.buffer(in_shmem->memoryType).data());
-  EXPECT_EQ(out_shmem->address, driver.buffer(out_shmem->memoryType).data());
+  const std::vector<uint32_t> types = {in_shmem->memoryType, out_shmem->memoryType};
+  EXPECT_NE(types[0], types[1]);
+  EXPECT_EQ(in_shmem->address, driver.buffer(types[0]).data());
+  EXPECT_EQ(out_shmem->address, driver.buffer(types[1]).data());
   ASSERT_EQ(ConnectToDriver(), 1);
   EXPECT_EQ(driver.opens, 1);
   EXPECT_EQ(driver.created_sizes, (std::vector<uint64_t>{0x10000, 0x10000}));
   EXPECT_EQ(in_shmem->size, 0x10000u);
   EXPECT_EQ(out_shmem->size, 0x10000u);
+  // Failures are reported and the rest is still released.
+  driver.unmap_result = platform::kIOReturnError;
+  driver.release_result = platform::kIOReturnBadArgument;
+  const std::string pair =
+      "CX - IOConnectUnmapMemory() failed with result = e00002bc\n"
+      "CX - kMyReleaseSharedMemory failed with result = -536870206\n";
+  EXPECT_EQ(stderr_of(DisconnectFromDriver), pair + pair);
+  EXPECT_EQ(driver.unmapped_types, types);
+  EXPECT_EQ(driver.released_types, types);
+  EXPECT_FALSE(driver_connected || in_shmem || out_shmem || vcx_connect || driver.open_now);
 }
 
 TEST_F(DriverLinkTest, EachConnectFailureIsReportedAndDisconnectsFully) {
@@ -112,8 +132,7 @@ TEST_F(DriverLinkTest, EachConnectFailureIsReportedAndDisconnectsFully) {
   }
   // Without a driver every request fails as such; once it is back, the next one connects.
   driver.has_service = false;
-  uint32_t length = 7;
-  int16_t status = 0;
+  length = 7;
   stderr_of([&] {
     EXPECT_EQ(MakeSimpleTransferRequest(6, nullptr, 0, &length, &status), nullptr);
     EXPECT_EQ(AllocateSpace(10, -1), -100);
@@ -125,21 +144,6 @@ TEST_F(DriverLinkTest, EachConnectFailureIsReportedAndDisconnectsFully) {
   driver = FakeDriver();
   driver.answer(6);
   EXPECT_EQ(GetActionListSize(0, 1), 6);
-}
-
-TEST_F(DriverLinkTest, DisconnectReleasesBothBuffersAndReportsFailures) {
-  DisconnectFromDriver();  // harmless while closed
-  ASSERT_EQ(ConnectToDriver(), 1);
-  const std::vector<uint32_t> types = {in_shmem->memoryType, out_shmem->memoryType};
-  driver.unmap_result = platform::kIOReturnError;
-  driver.release_result = platform::kIOReturnBadArgument;
-  const std::string pair =
-      "CX - IOConnectUnmapMemory() failed with result = e00002bc\n"
-      "CX - kMyReleaseSharedMemory failed with result = -536870206\n";
-  EXPECT_EQ(stderr_of(DisconnectFromDriver), pair + pair);
-  EXPECT_EQ(driver.unmapped_types, types);
-  EXPECT_EQ(driver.released_types, types);
-  EXPECT_FALSE(driver_connected || in_shmem || out_shmem || vcx_connect || driver.open_now);
 }
 
 TEST_F(DriverLinkTest, BuffersGrowInWholeStepsAndNeverShrink) {
@@ -171,8 +175,6 @@ TEST_F(DriverLinkTest, AReplyAsLongAsTheReplyBufferForcesAGrowOrMinus10) {
   driver.on_transfer = [](std::span<uint8_t> reply) -> int64_t {
     return reply.size() <= 0x10000 ? 0x10000 : reply_block(reply, 3, {});
   };
-  uint32_t length = 0;
-  int16_t status = 0;
   EXPECT_NE(MakeSimpleTransferRequest(6, "\x01\x02", 2, &length, &status), nullptr);
   EXPECT_EQ(status, 3);
   EXPECT_EQ(out_shmem->size, 0x20000u);
@@ -202,7 +204,6 @@ TEST_F(DriverLinkTest, AReplyAsLongAsTheReplyBufferForcesAGrowOrMinus10) {
 TEST_F(DriverLinkTest, FailedCallsGiveTheDriversStatusOrMinus50) {
   ASSERT_EQ(ConnectToDriver(), 1);
   driver.transfer_result = platform::kIOReturnError;
-  uint32_t length = 0;
   // -5: the output's low 16 bits; a negative output whose low bits do not
   // read as a failure is still one.
   const std::pair<int, int> rows[] = {{-0x10005, -5}, {12, -50}, {-0x10000, -50}};
@@ -216,7 +217,6 @@ TEST_F(DriverLinkTest, FailedCallsGiveTheDriversStatusOrMinus50) {
   // the reply buffer holds a valid block of an earlier request.
   driver.transfer_result = 0;
   driver.answer(4, {1});
-  int16_t status = 0;
   ASSERT_NE(MakeSimpleTransferRequest(6, nullptr, 0, &length, &status), nullptr);
   for (const int64_t output : {-0x10000, -3}) {
     driver.on_transfer = [=](std::span<uint8_t>) { return output; };
@@ -231,8 +231,6 @@ TEST_F(DriverLinkTest, FailedCallsGiveTheDriversStatusOrMinus50) {
 TEST_F(DriverLinkTest, LargeRequestsGrowTheRequestBufferAndAreBuiltAgain) {
   driver.answer(4, {9});
   const Bytes data = pattern(0x10000, 7), too_large(0x20000);
-  uint32_t length = 0;
-  int16_t status = 0;
   const uint8_t* reply = MakeSimpleTransferRequest3(16, nullptr, 0, data.data(), 0x8000,
                                                     data.data() + 0x8000, 0x8000, &length, &status);
   ASSERT_NE(reply, nullptr);
@@ -298,20 +296,13 @@ TEST_F(DriverLinkTest, EveryRequestSendsItsCodeParametersAndDataByteForByte) {
   Bytes buf = pattern(40, 0x40);
   const Bytes records = pattern(160, 1), name36 = pattern(36, 0x61);
   const act_item_chain chain = sample_chain();
-  std::array<act_item, 4> items{};
-  std::array<uint8_t, 36> name{};
-  std::array<char, 32> key{};
-  std::array<char, 128> app{};
-  mouse_version_info info;
   uint8_t names[8 * 32];
-  int16_t x = 0, y = 0, status = 0;
-  uint32_t len = 0;
   const auto set_responses = [&] {
     CXTransferContext ctx;
-    SetResponseDataStart(&ctx, &len);
+    SetResponseDataStart(&ctx, &length);
     CXTransferAdd(&ctx, records.data(), 82);
     CXTransferEnd(&ctx);
-    SetResponseData(&len);
+    SetResponseData(&length);
   };
   const std::pair<std::function<void()>, Bytes> cases[] = {
       {RUN(InitializeDriver(records.data(), 2)), code(0) + Bytes{0, 2} + records},
@@ -352,13 +343,13 @@ TEST_F(DriverLinkTest, EveryRequestSendsItsCodeParametersAndDataByteForByte) {
       {RUN(AccessCacheData(0, 1, buf.data(), 5)),
        code(23) + Bytes{0, 0, 0, 5, 0, 0, 1, 0} + pattern(5, 0x40)},
       {RUN(AccessCacheData(2, 2, buf.data(), 5)), code(23) + Bytes{0, 0, 0, 5, 0, 2, 2, 0}},
-      {RUN(GetSingleResponse(3, 7, 4, &len, &status)), code(24) + Bytes{7, 3, 0, 4}},
-      {RUN(GetFullResponse(3, 7, &len, &status)), code(25) + Bytes{7, 3, 0, 0}},
+      {RUN(GetSingleResponse(3, 7, 4, &length, &status)), code(24) + Bytes{7, 3, 0, 4}},
+      {RUN(GetFullResponse(3, 7, &length, &status)), code(25) + Bytes{7, 3, 0, 0}},
       // Unlike every other request, a goes before b.
-      {RUN(GetResponses(3, 7, 25, 0x01020304, &len, &status)),
+      {RUN(GetResponses(3, 7, 25, 0x01020304, &length, &status)),
        code(26) + Bytes{3, 7, 25, 0, 1, 2, 3, 4}},
       {set_responses, code(27) + pattern(82, 1)},
-      {RUN(GetNextBackgroundEvent(&len, &status)), code(28)},
+      {RUN(GetNextBackgroundEvent(&length, &status)), code(28)},
       {RUN(ClearAllMenuLists()), code(29)},
       {RUN(CheckMenuSize(&x, &y)), code(30)},
       {RUN(GetMenuNames(8, names, &x, &y)), code(31) + Bytes{0, 8}},
@@ -375,15 +366,9 @@ TEST_F(DriverLinkTest, EveryRequestSendsItsCodeParametersAndDataByteForByte) {
 }
 
 TEST_F(DriverLinkTest, MalformedOrFailingRepliesAreRejected) {
-  std::array<act_item, 4> items{};
   items[0].act = 0x1111;
-  std::array<uint8_t, 36> name{};
   std::array<uint8_t, 12> rec{};
-  std::array<char, 32> key{};
-  std::array<char, 8> app{};
   Bytes dest(3 * 32);
-  int16_t x = 0, y = 0;
-  mouse_version_info info;
   info.bytes.fill(0xEE);
   const struct {
     int16_t status;  // of a valid reply block; 999: the reply is no valid block
@@ -442,13 +427,10 @@ TEST_F(DriverLinkTest, RepliesAreCopiedOut) {
   driver.answer(0, pattern(10, 0x20));
   ASSERT_NE(CXAccessData(5, 40, 1, small.data(), 10), nullptr);
   EXPECT_EQ(Bytes(small.begin(), small.end()), pattern(10, 0x20));
-  mouse_version_info info;
   driver.answer(2, pattern(200, 0));
   EXPECT_EQ(GetMouseInfo(info), 2);
   EXPECT_EQ(Bytes(info.bytes.begin(), info.bytes.end()), pattern(180, 0));
   // One name only still copies it; names are cut to their buffers.
-  std::array<char, 32> key{};
-  std::array<char, 8> app{};
   driver.answer(1, text("com.app"));
   EXPECT_EQ(QueryEditApp(key, app), 0);
   EXPECT_STREQ(key.data(), "com.app");
@@ -456,7 +438,6 @@ TEST_F(DriverLinkTest, RepliesAreCopiedOut) {
   EXPECT_EQ(GetAppName(1, key, app), 1);
   EXPECT_STREQ(app.data(), "A long ");
   // Lists are linked where they land; a name is its whole record.
-  std::array<act_item, 4> items{};
   driver.answer(2, sample_chain_wire());
   ASSERT_EQ(GetActionList(0, 1, items), 2);
   EXPECT_EQ((std::vector<int>{items[0].ch12, items[0].act, items[1].act}),
@@ -464,12 +445,10 @@ TEST_F(DriverLinkTest, RepliesAreCopiedOut) {
   EXPECT_EQ(items[0].extra_info, 0x05060708u);
   EXPECT_EQ(items[0].link, &items[1]);
   EXPECT_EQ(items[1].link, nullptr);
-  std::array<uint8_t, 36> name{};
   driver.answer(1, pattern(36, 1));
   EXPECT_EQ(GetActionName(0, 1, 1, name), 1);
   EXPECT_EQ(Bytes(name.begin(), name.end()), pattern(36, 1));
   // The popup menu: its size, then its names with the pointer after them.
-  int16_t x = 0, y = 0;
   driver.answer(1, {0, 3, 0, 5});
   EXPECT_EQ(CheckMenuSize(&x, &y), 1);
   EXPECT_EQ(std::pair(x, y), (std::pair<int16_t, int16_t>(3, 5)));
@@ -512,24 +491,24 @@ TEST_F(DriverLinkTest, ResponseDataCopyGrowsBothBuffersButInPlaceNeverGrows) {
   EXPECT_EQ(driver.transfers(), before + 1);
   driver.transfer_result = 0;
 
-  uint32_t capacity = 0, len = 0;
+  uint32_t capacity = 0;
   SetResponseDataStart(&ctx, &capacity);
   EXPECT_EQ(capacity, 0x20000u);
   EXPECT_EQ(ctx.buffer, in_shmem->address);
   CXTransferEnd(&ctx);
   driver.on_transfer = [](std::span<uint8_t>) -> int64_t { return 0x30000; };
-  EXPECT_EQ(SetResponseData(&len), -10);
-  EXPECT_EQ(len, 0x30000u);
+  EXPECT_EQ(SetResponseData(&length), -10);
+  EXPECT_EQ(length, 0x30000u);
   EXPECT_EQ(out_shmem->size, 0x30000u);
   driver.answer(1, {5, 6});
-  EXPECT_EQ(SetResponseData(&len), 1);
-  EXPECT_EQ(len, 10u);
+  EXPECT_EQ(SetResponseData(&length), 1);
+  EXPECT_EQ(length, 10u);
   DisconnectFromDriver();
   driver.has_service = false;
   stderr_of([&] {
     SetResponseDataStart(&ctx, &capacity);
     EXPECT_EQ(CXTransferAdd(&ctx, "x", 1), nullptr);
-    EXPECT_EQ(SetResponseData(&len), -100);
+    EXPECT_EQ(SetResponseData(&length), -100);
   });
   EXPECT_EQ(capacity, 0u);
 }

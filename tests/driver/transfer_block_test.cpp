@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace cx {
@@ -49,15 +50,14 @@ TEST(TransferBlock, ChecksumKeepsFifteenBitsOfTheSum) {
   // 0x4321 + 64 * 0xFF = 0x82E1 and 0x4321 + 200 * 0xFF = 0x10A59.
   EXPECT_EQ(CXTransferChecksum(block_of(Bytes(64, 0xFF)).data(), 70), 0x02E1);
   EXPECT_EQ(CXTransferChecksum(block_of(Bytes(200, 0xFF)).data(), 206), 0x0A59);
-  // Lengths around the block-wise summing steps, against the plain definition.
+  // Lengths around the block-wise summing steps; the sums were worked out apart.
   Bytes payload(0x10000 - kTransferOverhead);
   for (size_t i = 0; i < payload.size(); ++i) payload[i] = static_cast<uint8_t>(i * 151 + 3);
-  for (size_t n : {size_t{1}, size_t{15}, size_t{16}, size_t{17}, size_t{33}, payload.size()}) {
-    Bytes buffer = block_of(Bytes(payload.begin(), payload.begin() + n));
-    uint32_t sum = 0x4321;
-    for (size_t i = 0; i < n; ++i) sum += payload[i];
-    EXPECT_EQ(CXTransferChecksum(buffer.data(), static_cast<uint32_t>(buffer.size())), sum & 0x7FFF)
-        << n;
+  const std::pair<size_t, uint32_t> sums[] = {{1, 0x4324},  {15, 0x4A3D}, {16, 0x4B19},
+                                              {17, 0x4B8C}, {33, 0x53F4}, {payload.size(), 0x4072}};
+  for (const auto& [n, sum] : sums) {
+    const Bytes buffer = block_of(Bytes(payload.begin(), payload.begin() + n));
+    EXPECT_EQ(CXTransferChecksum(buffer.data(), static_cast<uint32_t>(buffer.size())), sum) << n;
   }
 }
 

@@ -22,25 +22,9 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-const act_item kSample = {0x1234, 0x0102, 8, 0, -2, 0xA1B2C3D4, nullptr};
-const Bytes kSampleWire = {0x12, 0x34, 0x02, 0x01, 0x08, 0x00, 0xFF, 0xFE,
+const act_item kSample = {0x1234, 0x0102, 8, 5, -2, 0xA1B2C3D4, nullptr};
+const Bytes kSampleWire = {0x12, 0x34, 0x02, 0x01, 0x08, 0x05, 0xFF, 0xFE,
                            0xA1, 0xB2, 0xC3, 0xD4, 0x00, 0x00, 0x00, 0x00};
-
-TEST(ActItem, WireFormStoresCh12LowByteFirst) {
-  Bytes wire(kActItemWireSize);
-  encode_act_item(kSample, wire.data());
-  EXPECT_EQ(wire, kSampleWire);
-  EXPECT_FALSE(act_item_wire_is_linked(wire.data()));
-  Bytes again(kActItemWireSize);
-  encode_act_item(decode_act_item(wire.data()), again.data());
-  EXPECT_EQ(again, kSampleWire) << "every field decodes back";
-
-  act_item linked = kSample;
-  linked.link = &linked;
-  encode_act_item(linked, wire.data());
-  EXPECT_TRUE(act_item_wire_is_linked(wire.data()));
-  EXPECT_EQ(decode_act_item(wire.data()).link, nullptr) << "receivers relink";
-}
 
 TEST(BuiltinActlists, EveryListIsItsTableByteForByte) {
   const std::pair<const char*, std::span<const act_item>> lists[] = {
@@ -66,41 +50,28 @@ TEST(BuiltinActlists, EveryListIsItsTableByteForByte) {
   }
 }
 
-// Longer lists are linked in order by every test below.
-TEST(LinkActlist, OneItemEndsWithNullAndNoItemsAreLeftAlone) {
-  act_item one, other;
-  one.link = &other;
-  link_actlist(&one, 1);
-  EXPECT_EQ(one.link, nullptr);
-  one.link = &other;
-  link_actlist(&one, 0);
-  link_actlist(&one, -1);
-  EXPECT_EQ(one.link, &other);
-}
-
 TEST(GetMemoryIndices, CollectsDataCarryingItemsUpToMax) {
-  std::vector<act_item> items(21, launch_url_actlist[0]);
-  for (size_t i = 0; i < items.size(); ++i) items[i].ch12 = static_cast<uint16_t>(100 + i);
-  link_actlist(items.data(), 21);
-  std::array<short, 21> indices{};
-  indices[20] = -7;
-  EXPECT_EQ(get_memory_indices(items.data(), indices.data(), 20), 20);
-  EXPECT_EQ(indices[19], 119);
-  EXPECT_EQ(indices[20], -7) << "nothing written past max";
-
-  std::array<act_item, 5> mixed = {click_actlist[0], paste_text_actlist[0], home_page_actlist[0],
-                                   launch_file_actlist[0], click_actlist[1]};
+  std::array<act_item, 6> mixed = {click_actlist[0],      paste_text_actlist[0],
+                                   home_page_actlist[0],  launch_file_actlist[0],
+                                   launch_url_actlist[0], click_actlist[1]};
   mixed[1].ch12 = 0x0203;
   mixed[3].ch12 = 9;
-  link_actlist(mixed.data(), 5);
-  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 2);
-  EXPECT_EQ(indices[0], 0x0203);
-  EXPECT_EQ(indices[1], 9);
+  mixed[4].ch12 = 8;
+  link_actlist(mixed.data(), 6);
+  std::array<short, 4> indices = {0, 0, 0, -7};
+  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 3);
+  EXPECT_EQ(indices, (std::array<short, 4>{0x0203, 9, 8, -7}));
+  indices[2] = -7;
+  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 2), 2);
+  EXPECT_EQ(indices[2], -7) << "nothing written past max";
+  link_actlist(&mixed[1], 0);  // no items: the one before is left alone
+  EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 3);
   link_actlist(mixed.data(), 1);
   EXPECT_EQ(get_memory_indices(mixed.data(), indices.data(), 4), 0) << "clicks only";
   EXPECT_EQ(get_memory_indices(nullptr, indices.data(), 4), 0);
 }
 
+// ch12 goes low byte first; a linked item's last byte is non-zero.
 TEST(ActlistWire, ChainRoundTripsAsCountAndItemsOrIsRefusedWhole) {
   std::array<act_item, 2> items = {kSample, kSample};
   link_actlist(items.data(), 2);
@@ -122,9 +93,11 @@ TEST(ActlistWire, ChainRoundTripsAsCountAndItemsOrIsRefusedWhole) {
 
   std::array<act_item, 4> dest{};
   ASSERT_EQ(decode_actlist(buffer.data() + 4, 34, dest), 2);
-  EXPECT_EQ(dest[0].ch12, 0x0102);
   EXPECT_EQ(dest[0].link, &dest[1]);
   EXPECT_EQ(dest[1].link, nullptr);
+  Bytes again(kActItemWireSize);
+  encode_act_item(dest[0], again.data());
+  EXPECT_EQ(again, linked) << "every field decodes back";
 
   Bytes three(52);
   three[1] = 3;  // three items need 50 bytes

@@ -4,15 +4,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cctype>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <sstream>
+#include <regex>
 #include <string>
-#include <string_view>
-#include <thread>
 #include <vector>
 
 #include "platform/apple_events.h"
@@ -20,12 +16,14 @@
 #include "platform/processes.h"
 #include "tests/support/child_process.h"
 #include "tests/support/golden.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx::platform {
 namespace {
 
 using test::BackgroundProcess;
 using test::CommandResult;
+using test::eventually;
 using test::run_command;
 
 constexpr OSType kAgent = fourcc("VCVX");
@@ -59,14 +57,11 @@ std::string gdbus_dispatch(const std::string& event_class, const std::string& ev
 }
 
 bool wait_for_participant(OSType signature, pid_t pid) {
-  for (int i = 0; i < 500; ++i) {
+  return eventually([&] {
     ProcessSerialNumber psn{};
-    if (apple_events().find_process_by_signature(signature, psn) == noErr &&
-        psn.lowLongOfPSN == static_cast<uint32_t>(pid))
-      return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
+    return apple_events().find_process_by_signature(signature, psn) == noErr &&
+           psn.lowLongOfPSN == static_cast<uint32_t>(pid);
+  });
 }
 
 std::unique_ptr<BackgroundProcess> start_fake(const char* signature = "VCVX") {
@@ -87,25 +82,25 @@ TEST(AppleEventBus, CorvexctlCommandsReachTheAgentWithTheirData) {
     std::string out;
     int exit_status;
   };
-  // The fake restores buttons only: an answer of 0 is a failed event.
+  // The fake never restores acceleration: an answer of 0 is a failed event.
+  // Usage errors (exit 2) send nothing.
   const Row rows[] = {
       {{"status"}, "active\n", 0},
       {{"save"}, "save result: 1\n", 0},
       {{"restore", "buttons"}, "restore result: 1\n", 0},
       {{"restore", "acceleration"}, "restore result: 0\n", 3},
+      {{"restore", "everything"}, "", 2},
       {{"menu-extra", "show"}, "", 0},
       {{"menu-extra", "hide"}, "", 0},
+      {{"menu-extra"}, "", 2},
+      {{"mouse-info"}, test::read_text("corvexctl_mouse_info.txt"), 0},
+      {{"quit"}, "", 0},
   };
   for (const auto& [args, out, exit_status] : rows) {
     const CommandResult r = corvexctl(args);
     EXPECT_EQ(r.exit_status, exit_status) << args[0] << r.err;
     EXPECT_EQ(r.out, out) << args[0];
   }
-  EXPECT_EQ(corvexctl({"restore", "everything"}).exit_status, 2);
-  EXPECT_EQ(corvexctl({"menu-extra"}).exit_status, 2);
-  const CommandResult info = corvexctl({"mouse-info"});
-  EXPECT_EQ(info.out, test::read_text("corvexctl_mouse_info.txt")) << info.err;
-  EXPECT_EQ(corvexctl({"quit"}).exit_status, 0);
   EXPECT_EQ(fake->wait_exit(), 0);
   EXPECT_EQ(fake->output(),
             "ready\ngbac reply=aevt\nwprf reply=aevt\nrdpf 1 reply=aevt\nrdpf 2 reply=aevt\n"
@@ -117,12 +112,13 @@ TEST(AppleEventBus, GdbusCallSpeaksTheWireForm) {
   // gbac: reply '----' 'shor' 1.
   EXPECT_EQ(gdbus_dispatch("0x63787678", "0x67626163", "[]"),
             "([(uint32 757935405, uint32 1936224114, [byte 0x00, 0x01])],)\n");
-  // Parameters come back in order; refc is the handler's refcon 0x1234.
+  // Parameters come back in order, a repeated keyword replacing the earlier value (data),
+  // empty ones too (none); refc is the handler's refcon 0x1234.
   EXPECT_EQ(gdbus_dispatch("0x63787473", "0x6563686f",
-                           "[(0x62746e69, 0x54455854, [0x03]), "
-                           "(0x64617461, 0x6c6f6e67, [0, 0, 1, 0])]"),
+                           "[(0x62746e69, 0x54455854, [0x03]), (0x64617461, 0x73686f72, [0, 9]), "
+                           "(0x6e6f6e65, 0x6e756c6c, []), (0x64617461, 0x6c6f6e67, [0, 0, 1, 0])]"),
             "([(uint32 1651797609, uint32 1413830740, [byte 0x03]), "
-            "(1684108385, 1819242087, [0x00, 0x00, 0x01, 0x00]), "
+            "(1684108385, 1819242087, [0x00, 0x00, 0x01, 0x00]), (1852796517, 1853189228, []), "
             "(1919247971, 1819242087, [0x00, 0x00, 0x12, 0x34]), "
             "(1936287598, 1936287598, [0x56, 0x43, 0x56, 0x58])],)\n");
   // Nobody handles cxvx/none: errn -1708, never a D-Bus error.
@@ -135,7 +131,7 @@ TEST(AppleEventBus, NoReplySendsReachHandlersWithANullReply) {
   AppleEvent mnex = to_agent(fourcc("cxvx"), "mnex");
   mnex.put_shor(fourcc("data"), 1);
   EXPECT_EQ(apple_events().send(mnex, nullptr, AESendMode::no_reply), noErr);
-  // minf without a reply: its handler sees null and its -1701 goes nowhere.
+  // minf without a reply: its handler sees null and its error goes nowhere.
   EXPECT_EQ(apple_events().send(to_agent(fourcc("cxvx"), "minf"), nullptr, AESendMode::no_reply),
             noErr);
   ASSERT_TRUE(fake->wait_for_output("minf reply=null\n"));
@@ -181,17 +177,15 @@ TEST(AppleEventBus, MissingTargetIsProcNotFound) {
 
 // Runs the main loop until the directory lists exactly `expected`; false after five seconds.
 bool directory_becomes(const std::vector<std::pair<OSType, pid_t>>& expected) {
-  std::vector<SignedProcess> listed;
-  for (int i = 0; i < 500; ++i) {
+  return eventually([&] {
     while (g_main_context_iteration(nullptr, FALSE)) {
     }
+    std::vector<SignedProcess> listed;
     participant_directory().participants(listed);
     std::vector<std::pair<OSType, pid_t>> pairs;
     for (const SignedProcess& p : listed) pairs.emplace_back(p.signature, p.pid);
-    if (pairs == expected) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
+    return pairs == expected;
+  });
 }
 
 TEST(AppleEventBus, PsnTargetsAndTheParticipantDirectoryFollowTheBus) {
@@ -250,11 +244,7 @@ TEST(AppleEventBus, APsnFoundBySignatureReachesTheOwnerOfThatName) {
   ASSERT_EQ(apple_events().send(AppleEvent(kTestSuite, fourcc("note"), make_psn_desc(psn)), nullptr,
                                 AESendMode::no_reply),
             noErr);
-  for (int i = 0; i < 500 && !g_noted; ++i) {
-    g_main_context_iteration(nullptr, FALSE);
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  EXPECT_TRUE(g_noted);
+  EXPECT_TRUE(eventually([] { return g_main_context_iteration(nullptr, FALSE), g_noted; }));
   // Waiting for our own reply would wait for ever: the handler answers at once.
   AppleEvent reply;
   EXPECT_EQ(apple_events().send(AppleEvent(kTestSuite, fourcc("note"), make_psn_desc(psn)), &reply,
@@ -262,7 +252,8 @@ TEST(AppleEventBus, APsnFoundBySignatureReachesTheOwnerOfThatName) {
             noErr);
 }
 
-// Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac answer.
+// Starts `corvexctl monitor ARGS`, sends the notifications, returns the bdac
+// answer; `printed` has each line's "YYYY-MM-DD HH:MM:SS.mmm " stamp as "T ".
 int16_t run_monitor_session(const std::vector<std::string>& args, std::string& printed) {
   std::vector<std::string> argv{CX_CORVEXCTL, "monitor"};
   argv.insert(argv.end(), args.begin(), args.end());
@@ -280,17 +271,8 @@ int16_t run_monitor_session(const std::vector<std::string>& args, std::string& p
             noErr);
   EXPECT_EQ(reply.get_shor(keyDirectObject, answer), noErr);
   EXPECT_EQ(monitor.terminate(), 0);
-  // Each line without its "YYYY-MM-DD HH:MM:SS.mmm " stamp; a line without one is marked.
-  std::istringstream lines(monitor.output());
-  printed.clear();
-  for (std::string line; std::getline(lines, line);) {
-    constexpr std::string_view mask = "dddd-dd-dd dd:dd:dd.ddd ";
-    bool stamped = line.size() > mask.size();
-    for (size_t i = 0; stamped && i < mask.size(); ++i)
-      stamped = mask[i] == 'd' ? std::isdigit(static_cast<unsigned char>(line[i])) != 0
-                               : line[i] == mask[i];
-    printed += (stamped ? line.substr(mask.size()) : "<no stamp> " + line) + "\n";
-  }
+  static const std::regex stamp(R"((^|\n)\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )");
+  printed = std::regex_replace(monitor.output(), stamp, "$1T ");
   return answer;
 }
 
@@ -298,15 +280,15 @@ TEST(AppleEventBus, MonitorPrintsNotificationsAndAnswersBdac) {
   std::string printed;
   EXPECT_EQ(run_monitor_session({"--save"}, printed), 1);
   EXPECT_EQ(printed,
-            "monitoring as VCXT; bdac will be answered 1 (save)\n"
-            "UPDt: the attached mice changed\n"
-            "cord: a chord was pressed\n"
-            "bact: the agent is active in this session\n"
-            "bdac: the agent is deactivating; answered 1 (save)\n");
-  EXPECT_EQ(run_monitor_session({"--no-save"}, printed), 0);
-  EXPECT_NE(printed.find("\nbdac: the agent is deactivating; answered 0 (do not save)\n"),
-            std::string::npos);
+            "T monitoring as VCXT; bdac will be answered 1 (save)\n"
+            "T UPDt: the attached mice changed\n"
+            "T cord: a chord was pressed\n"
+            "T bact: the agent is active in this session\n"
+            "T bdac: the agent is deactivating; answered 1 (save)\n");
+  // Not saving is the default; --no-save itself is the two-session test's.
   EXPECT_EQ(run_monitor_session({}, printed), 0);
+  EXPECT_NE(printed.find("\nT bdac: the agent is deactivating; answered 0 (do not save)\n"),
+            std::string::npos);
   // A second monitor finds the signature taken.
   BackgroundProcess first({CX_CORVEXCTL, "monitor"});
   ASSERT_TRUE(wait_for_participant(kControlPanel, first.pid()));

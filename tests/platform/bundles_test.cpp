@@ -1,5 +1,6 @@
 // Bundles as folders: resources by name and type, the main bundle and its
-// override, helper bundles loaded as shared objects, the interface file.
+// override, the interface file. Loading a helper bundle is the agent's
+// menu-extra tests' part, its own interface file its process tests'.
 #include "platform/bundles.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,10 @@ TEST_F(BundleTest, ResourcesByNameAndType) {
   EXPECT_FALSE(bundle->resource_path("missing", "plist"));
   EXPECT_FALSE(bundle->resource_path("../Resources/a", "plist"));
   EXPECT_TRUE(bundle->resource_paths_of_type("strings").empty());
+  // A bundle without its executable names the file it missed.
+  std::string error;
+  EXPECT_FALSE(bundle->load_executable(error));
+  EXPECT_NE(error.find("Host.so"), std::string::npos) << error;
 
   EXPECT_FALSE(platform::Bundle::open((resources_ / "a.plist").string()));  // a file
   EXPECT_FALSE(platform::Bundle::open((root_ / "none").string()));
@@ -75,26 +80,6 @@ TEST_F(BundleTest, MainBundleFollowsItsOverride) {
   setenv("CORVEX_BUNDLE", (root_.string() + "/Elsewhere").c_str(), 1);
   EXPECT_EQ(platform::main_bundle().path(), root_.string() + "/Elsewhere");
   EXPECT_FALSE(platform::main_bundle().resource_path("a", "plist"));
-}
-
-TEST_F(BundleTest, HelperBundleLoadsAndFindsFunctions) {
-  setenv("CORVEX_BUNDLE", CX_HELPER_HOST, 1);
-  const auto path = platform::main_bundle().resource_path("Helper", "bundle");
-  ASSERT_TRUE(path);
-  const auto helper = platform::Bundle::open(*path);
-  ASSERT_TRUE(helper);
-  std::string error;
-  const auto code = helper->load_executable(error);
-  ASSERT_TRUE(code) << error;
-  auto* answer = reinterpret_cast<int (*)(int)>(code->function("helper_answer"));
-  ASSERT_NE(answer, nullptr);
-  EXPECT_EQ(answer(1), 43);
-  EXPECT_EQ(code->function("helper_question"), nullptr);
-
-  // A bundle without its executable.
-  const auto empty = host();
-  EXPECT_FALSE(empty->load_executable(error));
-  EXPECT_NE(error.find("Host.so"), std::string::npos) << error;
 }
 
 TEST_F(BundleTest, InterfaceFilesAndTheirMenuBar) {
@@ -125,12 +110,6 @@ TEST_F(BundleTest, InterfaceFilesAndTheirMenuBar) {
             platform::nib_status::cant_find_nib_file);
   EXPECT_EQ(open_nib("<menu id=\"MenuBar\"/>", nib), platform::nib_status::cant_find_nib_file);
   EXPECT_FALSE(nib);
-
-  // The agent's own interface file has its menu bar.
-  fs::copy_file(fs::path(CX_RESOURCES_DIR) / "CXBackGroundApp.ui",
-                resources_ / "CXBackGroundApp.ui");
-  ASSERT_EQ(platform::create_nib_reference(*host(), "CXBackGroundApp", nib), 0);
-  EXPECT_EQ(platform::set_menu_bar_from_nib(*nib, "MenuBar"), 0);
 }
 
 }  // namespace

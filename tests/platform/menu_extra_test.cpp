@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/apple_events_glib.h"
 #include "tests/support/child_process.h"
+#include "tests/support/temp_dir.h"
 
 namespace cx {
 namespace {
@@ -20,10 +22,7 @@ constexpr const char* kItem = "org.kde.StatusNotifierItem";
 constexpr const char* kMenu = "com.canonical.dbusmenu";
 constexpr const char* kWatcherName = "org.kde.StatusNotifierWatcher";
 
-struct VariantUnref {
-  void operator()(GVariant* value) const { g_variant_unref(value); }
-};
-using Variant = std::unique_ptr<GVariant, VariantUnref>;
+using Variant = platform::dbus_ae::VariantPtr;
 
 Variant child(GVariant* value, gsize index) {
   return Variant(g_variant_get_child_value(value, index));
@@ -52,17 +51,12 @@ struct Helper {
   }
 };
 
-struct Signal {
-  std::string sender, path, member;
-  Variant parameters;
-};
-
 Helper g_helper;
 GDBusConnection* g_host = nullptr;  // the panel's and the watcher's connection
 bool g_hold_registration_replies = false;
 std::vector<GDBusMethodInvocation*> g_held_replies;
 std::vector<std::pair<std::string, std::string>> g_registrations;  // sender, service
-std::vector<Signal> g_signals;
+std::vector<std::pair<std::string, std::string>> g_signals;  // sender, "PATH MEMBER PARAMETERS"
 // The agent's side: the driver's horizontal-scrolling bit and the commands received.
 int g_scrolling = 0;
 int g_queries = 0;
@@ -126,17 +120,14 @@ Reply menu_call(const std::string& name, const char* method, GVariant* parameter
   return call(name, "/MenuBar", kMenu, method, parameters);
 }
 
-Variant property(const std::string& name, const char* path, const char* interface,
-                 const char* property) {
-  Reply reply = call(name, path, "org.freedesktop.DBus.Properties", "Get",
-                     g_variant_new("(ss)", interface, property));
+// A property of the item, or with `interface` kMenu of the menu.
+Variant property(const std::string& name, const char* property, const char* interface = kItem) {
+  Reply reply =
+      call(name, interface == kItem ? kItemPath : "/MenuBar", "org.freedesktop.DBus.Properties",
+           "Get", g_variant_new("(ss)", interface, property));
   EXPECT_EQ(reply.error, "") << property;
   if (!reply.value) return nullptr;
   return Variant(g_variant_get_variant(child(reply.value.get(), 0).get()));
-}
-
-Variant item_property(const std::string& name, const char* property) {
-  return ::cx::property(name, kItemPath, kItem, property);
 }
 
 Variant bus_call(const char* method, GVariant* parameters) {
@@ -152,30 +143,22 @@ void release_watcher() {
   bus_call("ReleaseName", g_variant_new("(s)", kWatcherName));
 }
 
-std::vector<const Signal*> signals_named(const std::string& sender, const std::string& member) {
-  std::vector<const Signal*> found;
-  for (const Signal& signal : g_signals)
-    if (signal.sender == sender && signal.member == member) found.push_back(&signal);
-  return found;
-}
-
-std::string print(const Variant& value) {
-  if (!value) return "<none>";
-  gchar* printed = g_variant_print(value.get(), TRUE);
+std::string print(GVariant* value) {
+  if (value == nullptr) return "<none>";
+  gchar* printed = g_variant_print(value, TRUE);
   std::string result(printed);
   g_free(printed);
   return result;
 }
 std::string print(const Reply& reply) {
-  return reply.error.empty() ? print(reply.value) : "error";
+  return reply.error.empty() ? print(reply.value.get()) : "error";
 }
 
 // The signals `sender` sent so far, one a line.
 std::string signals_text(const std::string& sender) {
   std::string lines;
-  for (const Signal& signal : g_signals)
-    if (signal.sender == sender)
-      lines += signal.path + " " + signal.member + " " + print(signal.parameters) + "\n";
+  for (const auto& [from, line] : g_signals)
+    if (from == sender) lines += line + "\n";
   return lines;
 }
 
@@ -184,17 +167,13 @@ class MenuExtraTest : public ::testing::Test {
   static void SetUpTestSuite() {
     bus_ = std::make_unique<test::PrivateSessionBus>();
     if (bus_->address().empty()) return;
-    g_host = g_dbus_connection_new_for_address_sync(
-        bus_->address().c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr);
+    g_host = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (g_host == nullptr) return;
-    watcher_info_ = g_dbus_node_info_new_for_xml(
+    watcher_info_.reset(g_dbus_node_info_new_for_xml(
         "<node><interface name='org.kde.StatusNotifierWatcher'>"
         "<method name='RegisterStatusNotifierItem'><arg type='s' direction='in'/></method>"
         "</interface></node>",
-        nullptr);
+        nullptr));
     static const GDBusInterfaceVTable vtable = {
         [](GDBusConnection*, const gchar* sender, const gchar*, const gchar*, const gchar*,
            GVariant* parameters, GDBusMethodInvocation* invocation, gpointer) {
@@ -218,7 +197,8 @@ class MenuExtraTest : public ::testing::Test {
            const gchar* member, GVariant* parameters, gpointer) {
           const std::string_view from(interface);
           if (from == kItem || from == kMenu)
-            g_signals.push_back({sender, path, member, Variant(g_variant_ref(parameters))});
+            g_signals.emplace_back(sender,
+                                   std::string(path) + " " + member + " " + print(parameters));
         },
         nullptr, nullptr);
     g_helper.load();
@@ -230,7 +210,7 @@ class MenuExtraTest : public ::testing::Test {
       g_dbus_connection_close_sync(g_host, nullptr, nullptr);
       g_clear_object(&g_host);
     }
-    if (watcher_info_ != nullptr) g_dbus_node_info_unref(watcher_info_);
+    watcher_info_.reset();
     bus_.reset();
   }
 
@@ -264,7 +244,7 @@ class MenuExtraTest : public ::testing::Test {
     properties.push_back(nullptr);
     Reply reply =
         menu_call(name, "GetLayout", g_variant_new("(ii^as)", parent, depth, properties.data()));
-    return reply.value ? print(child(reply.value.get(), 1)) : print(reply);
+    return reply.value ? print(child(reply.value.get(), 1).get()) : print(reply);
   }
 
   static Reply event(const std::string& name, gint32 id, const char* event_id) {
@@ -272,12 +252,9 @@ class MenuExtraTest : public ::testing::Test {
                      g_variant_new("(isvu)", id, event_id, g_variant_new_int32(0), 0u));
   }
 
-  static std::unique_ptr<test::PrivateSessionBus> bus_;
-  static GDBusNodeInfo* watcher_info_;
+  static inline std::unique_ptr<test::PrivateSessionBus> bus_;
+  static inline platform::dbus_ae::NodeInfoPtr watcher_info_{nullptr, &g_dbus_node_info_unref};
 };
-
-std::unique_ptr<test::PrivateSessionBus> MenuExtraTest::bus_;
-GDBusNodeInfo* MenuExtraTest::watcher_info_ = nullptr;
 
 TEST_F(MenuExtraTest, RegistersItsOwnBusNameAndDescribesTheItem) {
   const std::string name = start();
@@ -294,11 +271,11 @@ TEST_F(MenuExtraTest, RegistersItsOwnBusNameAndDescribesTheItem) {
       {"ToolTip", "('input-mouse', @a(iiay) [], 'Corvex', 'Horizontal scrolling is off')"},
       {"IconName", "'input-mouse'"},
   };
-  for (const auto& [key, value] : item) EXPECT_EQ(print(item_property(name, key)), value) << key;
+  for (const auto& [key, value] : item) EXPECT_EQ(print(property(name, key).get()), value) << key;
   const std::pair<const char*, const char*> menu[] = {
       {"Version", "uint32 3"}, {"TextDirection", "'ltr'"}, {"Status", "'normal'"}};
   for (const auto& [key, value] : menu)
-    EXPECT_EQ(print(property(name, "/MenuBar", kMenu, key)), value) << key;
+    EXPECT_EQ(print(property(name, key, kMenu).get()), value) << key;
 }
 
 TEST_F(MenuExtraTest, LayoutShowsBothItemsWithTheDriversToggleState) {
@@ -315,14 +292,9 @@ TEST_F(MenuExtraTest, LayoutShowsBothItemsWithTheDriversToggleState) {
   EXPECT_EQ(layout(name, 2, -1), "(2, {'label': <'Open Corvex Preferences...'>}, @av [])");
   EXPECT_EQ(layout(name, 7, -1), "error");
 
-  const gint32 ids[] = {2, 9};
-  const char* label_only[] = {"label", nullptr};
-  EXPECT_EQ(print(menu_call(name, "GetGroupProperties",
-                            g_variant_new("(@ai^as)",
-                                          g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, ids, 2,
-                                                                    sizeof(gint32)),
-                                          label_only))),
-            "([(2, {'label': <'Open Corvex Preferences...'>})],)");
+  EXPECT_EQ(
+      print(menu_call(name, "GetGroupProperties", g_variant_new_parsed("([2, 9], ['label'])"))),
+      "([(2, {'label': <'Open Corvex Preferences...'>})],)");
   EXPECT_EQ(print(menu_call(name, "GetProperty", g_variant_new("(is)", 1, "toggle-state"))),
             "(<1>,)");
   EXPECT_EQ(print(menu_call(name, "GetProperty", g_variant_new("(is)", 2, "toggle-state"))),
@@ -334,7 +306,7 @@ TEST_F(MenuExtraTest, ClickingTheItemsRunsTheAgentsCommands) {
   EXPECT_EQ(print(event(name, 1, "clicked")), "()");
   EXPECT_EQ(g_commands, std::vector<int>{1});
   // The agent's callback updated the helper from inside the click: the checkmark follows.
-  ASSERT_TRUE(spin_until([&] { return !signals_named(name, "NewToolTip").empty(); }));
+  ASSERT_TRUE(spin_until([&] { return test::count_of(signals_text(name), "NewToolTip") == 1; }));
   EXPECT_EQ(signals_text(name),
             "/MenuBar ItemsPropertiesUpdated ([(1, {'label': <'Horizontal Scrolling'>, "
             "'toggle-type': <'checkmark'>, 'toggle-state': <1>})], @a(ias) [])\n"
@@ -359,12 +331,12 @@ TEST_F(MenuExtraTest, ClickingTheItemsRunsTheAgentsCommands) {
 TEST_F(MenuExtraTest, SetVisibleSwitchesTheStatusAndSignalsEachChangeOnce) {
   const std::string name = start();
   g_helper.set_visible(1);
-  ASSERT_TRUE(spin_until([&] { return signals_named(name, "NewStatus").size() == 1; }));
-  EXPECT_EQ(print(item_property(name, "Status")), "'Active'");
+  ASSERT_TRUE(spin_until([&] { return test::count_of(signals_text(name), "NewStatus") == 1; }));
+  EXPECT_EQ(print(property(name, "Status").get()), "'Active'");
   g_helper.set_visible(2);
   g_helper.set_visible(0);
-  ASSERT_TRUE(spin_until([&] { return signals_named(name, "NewStatus").size() >= 2; }));
-  EXPECT_EQ(print(item_property(name, "Status")), "'Passive'");
+  ASSERT_TRUE(spin_until([&] { return test::count_of(signals_text(name), "NewStatus") >= 2; }));
+  EXPECT_EQ(print(property(name, "Status").get()), "'Passive'");
   EXPECT_EQ(
       signals_text(name),
       "/StatusNotifierItem NewStatus ('Active',)\n/StatusNotifierItem NewStatus ('Passive',)\n");
@@ -377,13 +349,13 @@ TEST_F(MenuExtraTest, UpdateAndAboutToShowRereadTheToggleAndSignalOnlyChanges) {
   EXPECT_EQ(g_queries, 2);  // once when it started
   g_scrolling = 1;
   g_helper.update();
-  ASSERT_TRUE(spin_until([&] { return !signals_named(name, "NewToolTip").empty(); }));
-  EXPECT_EQ(signals_named(name, "ItemsPropertiesUpdated").size(), 1u);
-  EXPECT_EQ(print(child(item_property(name, "ToolTip").get(), 3)), "'Horizontal scrolling is on'");
+  ASSERT_TRUE(spin_until([&] { return test::count_of(signals_text(name), "NewToolTip") == 1; }));
+  EXPECT_EQ(test::count_of(signals_text(name), "ItemsPropertiesUpdated"), 1);
+  EXPECT_EQ(print(child(property(name, "ToolTip").get(), 3).get()), "'Horizontal scrolling is on'");
   g_scrolling = 0;
   EXPECT_EQ(print(menu_call(name, "AboutToShow", g_variant_new("(i)", 0))), "(true,)");
   EXPECT_EQ(print(menu_call(name, "AboutToShow", g_variant_new("(i)", 0))), "(false,)");
-  EXPECT_EQ(signals_named(name, "ItemsPropertiesUpdated").size(), 2u);
+  EXPECT_EQ(test::count_of(signals_text(name), "ItemsPropertiesUpdated"), 2);
   EXPECT_EQ(print(menu_call(name, "AboutToShow", g_variant_new("(i)", 8))), "error");
   EXPECT_TRUE(g_commands.empty());
 }
@@ -401,11 +373,7 @@ TEST_F(MenuExtraTest, RegistersAgainWheneverAWatcherAppearsAndCleanupLeavesTheBu
   EXPECT_EQ(g_registrations[0].second, first);
 
   g_helper.cleanup();
-  gboolean owned = TRUE;
-  const Variant has_owner = bus_call("NameHasOwner", g_variant_new("(s)", first.c_str()));
-  ASSERT_TRUE(has_owner);
-  g_variant_get(has_owner.get(), "(b)", &owned);
-  EXPECT_FALSE(owned);
+  EXPECT_EQ(print(bus_call("NameHasOwner", g_variant_new("(s)", first.c_str())).get()), "(false,)");
   g_helper.cleanup();
   const std::string second = start();
   EXPECT_NE(second, first);

@@ -16,6 +16,7 @@
 #include "platform/linux/processes_x11.h"
 #include "platform/processes.h"
 #include "tests/support/child_process.h"
+#include "tests/support/temp_dir.h"
 #include "tests/support/xvfb.h"
 
 namespace cx::platform {
@@ -84,18 +85,17 @@ class Desktop {
 
   // The next client message on the root within a second, if any.
   std::optional<xcb_client_message_event_t> client_message() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    while (std::chrono::steady_clock::now() < deadline) {
-      xcb_generic_event_t* event = xcb_poll_for_event(conn_);
-      if (event == nullptr) {
-        usleep(1000);
-        continue;
-      }
-      std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> owned(event, &std::free);
-      if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE)
-        return *reinterpret_cast<xcb_client_message_event_t*>(event);
-    }
-    return std::nullopt;
+    std::optional<xcb_client_message_event_t> message;
+    test::eventually(
+        [&] {
+          const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
+              xcb_poll_for_event(conn_), &std::free);
+          if (event && (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE)
+            message = *reinterpret_cast<xcb_client_message_event_t*>(event.get());
+          return message.has_value();
+        },
+        std::chrono::seconds(1));
+    return message;
   }
 
   xcb_atom_t atom(std::string_view name) {
@@ -125,11 +125,8 @@ class FakeDirectory final : public SignatureDirectory {
 
 class X11Processes : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { server_ = new test::Xvfb; }
-  static void TearDownTestSuite() {
-    delete server_;
-    server_ = nullptr;
-  }
+  static void SetUpTestSuite() { server_ = std::make_unique<test::Xvfb>(); }
+  static void TearDownTestSuite() { server_.reset(); }
 
   void SetUp() override {
     // Never skipped: a machine without Xvfb fails here.
@@ -142,15 +139,13 @@ class X11Processes : public ::testing::Test {
   }
   void TearDown() override { set_signature_directory(nullptr); }
 
-  static test::Xvfb* server_;
+  static inline std::unique_ptr<test::Xvfb> server_;
   std::unique_ptr<Desktop> desktop_;
   std::unique_ptr<Processes> service_ = make_x11_processes();
   // Processes with a known name ("sleep") that the test can point windows at.
   test::BackgroundProcess sleeper_{{"sleep", "60"}}, other_sleeper_{{"sleep", "60"}};
   const pid_t self_ = getpid();
 };
-
-test::Xvfb* X11Processes::server_ = nullptr;
 
 using namespace std::string_literals;
 using namespace std::string_view_literals;

@@ -9,6 +9,7 @@
 #include "platform/linux/user_client_socket.h"
 #include "platform/user_client.h"
 #include "tests/support/echo_server.h"
+#include "tests/support/golden.h"
 
 namespace cx::platform {
 namespace {
@@ -18,6 +19,7 @@ using refdriver::TransportLimits;
 using test::kAdb;
 using test::kMouse;
 using test::read_frame;
+using test::read_hex;
 using test::RunningServer;
 
 constexpr uint32_t kCreate = 0, kRelease = 1, kFlattened = 2, kTransfer = 4;
@@ -105,11 +107,6 @@ TEST_F(UserClientTest, TransferIsWrittenAndReadInPlaceInSharedMemory) {
     if (out->address()[i] != static_cast<uint8_t>(~(i * 7))) first_wrong = i;
   EXPECT_EQ(first_wrong, kLength);
 
-  // A reply as long as the buffer is not written but its length still comes back.
-  store_be32(in->address(), 0x20000);
-  out->address()[0] = 0xAB;
-  EXPECT_EQ(scalar(*c, kTransfer, {request, reply}), 0x20000);
-  EXPECT_EQ(out->address()[0], 0xAB);
   // The driver's own status: a negative output with a non-zero kern_return.
   store_be32(in->address(), 2);
   int64_t result[] = {0};
@@ -287,10 +284,9 @@ TEST(UserClientWire, RequestsAreTheFramesOfTheContract) {
   {
     FakeDriver fake([&](int fd) {
       scalar_frame = read_frame(fd);
-      FakeDriver::send_bytes(fd, {0, 0, 0, 24, 0,    0,    0,    0x82, 0,    0,    0,    0,
-                                  0, 0, 0, 1,  0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xF6});
+      FakeDriver::send_bytes(fd, read_hex("uc/scalar_reply.hex"));
       struct_frame = read_frame(fd);
-      FakeDriver::send_bytes(fd, {0, 0, 0, 18, 0, 0, 0, 0x83, 0, 0, 0, 0, 0, 0, 0, 2, 0xCA, 0xFE});
+      FakeDriver::send_bytes(fd, read_hex("uc/struct_reply.hex"));
     });
     auto c = fake.open();
     const int64_t in[] = {7, -1};
@@ -305,41 +301,30 @@ TEST(UserClientWire, RequestsAreTheFramesOfTheContract) {
     EXPECT_EQ(Bytes(got, got + got_len), (Bytes{0xCA, 0xFE}));
     hello = fake.hello;
   }
-  EXPECT_EQ(hello, (Bytes{0, 0, 0, 20, 0, 0, 0, 1, 'C', 'X', 'U', 'C', 0, 0, 0, 1, 0, 0, 0, 1}));
-  EXPECT_EQ(scalar_frame,
-            (Bytes{0, 0, 0, 36, 0, 0, 0, 2, 0, 0, 0,    4,    0,    0,    0,    2,    0,    0,
-                   0, 2, 0, 0,  0, 0, 0, 0, 0, 7, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
-  EXPECT_EQ(struct_frame,
-            (Bytes{0, 0, 0, 23, 0, 0, 0, 3, 0, 0, 0, 9, 0, 0, 0, 3, 0, 0, 0, 4, 1, 2, 3}));
+  EXPECT_EQ(hello, read_hex("uc/hello.hex"));
+  EXPECT_EQ(scalar_frame, read_hex("uc/scalar_call.hex"));
+  EXPECT_EQ(struct_frame, read_hex("uc/struct_call.hex"));
 }
 
 TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
   struct Case {
-    const char* what;
-    Bytes reply;  // empty: the driver closes without answering
-    bool map;     // asked through map_memory rather than a scalar call
+    const char* reply;  // null: the driver closes without answering
+    bool map;           // asked through map_memory rather than a scalar call
   };
   const Case cases[] = {
-      {"driver gone mid-call", {}, false},
-      {"another request's reply", {0, 0, 0, 12, 0, 0, 0, 0x85, 0, 0, 0, 0}, false},
-      {"two outputs where one was asked for",
-       {0, 0, 0, 32, 0, 0, 0, 0x82, 0, 0, 0, 0, 0, 0, 0, 2,
-        0, 0, 0, 0,  0, 0, 0, 1,    0, 0, 0, 0, 0, 0, 0, 2},
-       false},
-      {"length below the header", {0, 0, 0, 4, 0, 0, 0, 0x82}, false},
-      {"a count the length does not hold",
-       {0, 0, 0, 16, 0, 0, 0, 0x82, 0, 0, 0, 0, 0, 0, 0, 1},
-       false},
-      {"a map reply without its descriptor",
-       {0, 0, 0, 20, 0, 0, 0, 0x84, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0},
-       true},
+      {nullptr, false},
+      {"uc/reply_of_another_request.hex", false},
+      {"uc/reply_with_two_outputs.hex", false},
+      {"uc/reply_shorter_than_header.hex", false},
+      {"uc/reply_count_beyond_length.hex", false},
+      {"uc/map_reply.hex", true},  // without its descriptor
   };
   for (const Case& k : cases) {
-    SCOPED_TRACE(k.what);
+    SCOPED_TRACE(k.reply ? k.reply : "driver gone mid-call");
     FakeDriver fake([&](int fd) {
       read_frame(fd);
-      if (k.reply.empty()) return;
-      FakeDriver::send_bytes(fd, k.reply);
+      if (k.reply == nullptr) return;
+      FakeDriver::send_bytes(fd, read_hex(k.reply));
       test::closed_by_peer(fd);
     });
     auto c = fake.open();
@@ -348,8 +333,7 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
       EXPECT_EQ(c->map_memory(1, m), kIOReturnError);
       EXPECT_FALSE(m);
     } else {
-      EXPECT_EQ(kr_of(*c, kCreate, {0x10000}),
-                k.reply.empty() ? kIOReturnNoDevice : kIOReturnError);
+      EXPECT_EQ(kr_of(*c, kCreate, {0x10000}), k.reply ? kIOReturnError : kIOReturnNoDevice);
       EXPECT_EQ(kr_of(*c, kCreate, {0x10000}), kIOReturnNoDevice);
     }
     c.reset();
@@ -357,28 +341,21 @@ TEST(UserClientWire, BadRepliesOrADriverGoneMarkTheConnectionDeadWithoutAHang) {
 }
 
 TEST(UserClientWire, AMalformedNotificationClosesTheConnection) {
-  const Bytes good = {0, 0, 0, 20, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7};
-  const Bytes bad[] = {
-      {0, 0, 0, 20, 0, 0, 0, 0x91, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0, 0, 0, 0, 7},
-      {0, 0, 0, 16, 0, 0, 0, 0x90, 0xF9, 0x48, 0x80, 0x01, 0, 0, 0, 0},
-  };
-  for (const Bytes& frame : bad) {
+  for (const char* bad : {"uc/notify_of_another_type.hex", "uc/notify_too_short.hex"}) {
     std::promise<void> notifier_done;
     std::promise<bool> closed;
     FakeDriver fake([&](int fd) {
-      FakeDriver::send_bytes(fd, good);
-      FakeDriver::send_bytes(fd, frame);
+      FakeDriver::send_bytes(fd, read_hex("uc/notify.hex"));
+      FakeDriver::send_bytes(fd, read_hex(bad));
       notifier_done.get_future().wait();
       uint8_t byte;
       closed.set_value(recv(fd, &byte, 1, MSG_DONTWAIT) == 0);
     });
     auto n = fake.open_interest();
-    std::vector<InterestMessage> got;
-    for (pollfd p{n->fd(), POLLIN, 0}; poll(&p, 1, 5000) == 1 && n->read_pending(got);) {
-    }
+    const std::vector<InterestMessage> got = receive(*n, 2);  // the second never comes
     notifier_done.set_value();
     // Asked while this side still holds the notifier.
-    EXPECT_TRUE(closed.get_future().get()) << int{frame[7]};
+    EXPECT_TRUE(closed.get_future().get()) << bad;
     ASSERT_EQ(got.size(), 1u);
     EXPECT_EQ(got[0].argument, 7u);
   }

@@ -15,10 +15,6 @@ namespace {
 
 using namespace testing;
 
-Wire claim(uint32_t uid, uint16_t state = 2) {
-  return record_write(98, Wire().u32(uid).u16(state).u16(0));
-}
-
 TEST(ConsoleClaims, OnlyAProcessOfAnActiveSessionMakesItsUserActive) {
   test::FakeLogind logind;
   ASSERT_TRUE(logind.ok()) << logind.error();

@@ -62,6 +62,14 @@ inline Wire record_write(uint16_t index, std::span<const uint8_t> data) {
 inline Wire record_read(uint16_t index, uint32_t length) {
   return std::move(Wire().u32(length).u16(index).u8(2).u8(0));
 }
+// `uid` claimed (state 2) or given up (1) as the active user.
+inline Wire claim(uint32_t uid, uint16_t state = 2) {
+  return record_write(98, Wire().u32(uid).u16(state).u16(0));
+}
+// CurrentEditApp's key and name.
+inline Wire edit(std::string_view key, std::string_view name) {
+  return std::move(Wire().str(key).str(name));
+}
 
 // Items in wire form; `linked` sets every link but the last, as a sender does.
 inline Bytes items_wire(std::initializer_list<act_item> items, bool linked = false) {
@@ -138,14 +146,18 @@ class Harness {
   }
   Answer call_as(const ClientPeer& who, uint32_t code,
                  std::initializer_list<std::span<const uint8_t>> pieces) {
-    std::vector<uint8_t> request(kBuffer);
+    return send(who, request(code, pieces));
+  }
+  // A request buffer of kBuffer bytes, as the agent's request routine fills it.
+  static Bytes request(uint32_t code, std::initializer_list<std::span<const uint8_t>> pieces = {}) {
+    Bytes request(kBuffer);
     CXTransferContext ctx;
     CXTransferStartWithRequest(&ctx, request.data(), kBuffer, code);
     for (const auto& piece : pieces) {
       CXTransferAdd(&ctx, piece.data(), static_cast<uint32_t>(piece.size()));
     }
     EXPECT_LE(CXTransferEnd(&ctx), kBuffer);
-    return send(who, request);
+    return request;
   }
   Bytes data(uint32_t code, const Wire& params = {}) { return call(code, {params}).data; }
   // Runs the steps in order as `who` (the harness's own peer when null).

@@ -40,29 +40,6 @@ struct Sim : Harness {
   uint16_t global_word(uint16_t index) { return load_be16(state.global_record(index).data()); }
 };
 
-TEST(Press, TheFrontApplicationsListComesFirst) {
-  Sim s;
-  s.steps({{rq::SetActionList,
-            button(0, 0).u16(2).raw(items_wire({click_actlist[0], click_actlist[1]})), kDone},
-           {rq::CurrentEditApp, Wire().str("safari").str("Safari"), kDone},
-           {rq::SetResponseData, Wire().raw(url_block(0, 0, "http://example.com/")), 1}});
-  s.sim.press(0, 0);
-  EXPECT_TRUE(s.state.events.all().empty());
-  EXPECT_TRUE(s.sink.messages.empty());
-  EXPECT_NE(s.sink.lines.back().find("primary button up"), std::string::npos);
-
-  s.sim.front("Safari");
-  s.sim.press(0, 0);
-  EXPECT_EQ(s.sink.messages, (std::vector<Message>{{0xFFF, 0}}));
-  EXPECT_EQ(s.drain(), (Events{{2, c_string("http://example.com/")}}));
-
-  s.sim.front("Mail");  // no set of its own: the global list
-  s.sim.press(0, 0);
-  EXPECT_TRUE(s.drain().empty());
-  s.sim.press(0, 4);
-  EXPECT_NE(s.sink.lines.back().find("no action list"), std::string::npos);
-}
-
 TEST(Press, AgentActionsAreQueuedWithTheirData) {
   Sim s;
   const auto text = static_cast<uint16_t>(s.allocate("pasted"));

@@ -2,16 +2,22 @@
 // conversions/NAME.plist holds the button, the user dictionary, the
 // dictionary written back where it differs ("Back") and what is reported
 // ("Message"); NAME.hex, where present, the exact blocks. written/NAME.hex
-// holds blocks and NAME.plist what they are written back as.
+// holds blocks and NAME.plist what they are written back as. Blocks cut
+// short or missing are read no further than the bytes given, the reader
+// always moves on, and the defect is reported.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "driver/transfer_block.h"
 #include "model/response_block.h"
 #include "plist/plist_io.h"
 #include "responses/resp_tables.h"
-#include "tests/responses/resp_run.h"
+#include "responses/resp_work.h"
 #include "tests/support/golden.h"
 
 namespace cx {
@@ -19,9 +25,48 @@ namespace {
 
 using plist::as;
 using plist::Dictionary;
-using test::build_run;
-using test::Bytes;
-using test::read_back;
+using Bytes = std::vector<uint8_t>;
+
+// get_resp_data for `button` into `buffer`: the transfer block's length.
+uint32_t add_run(Bytes& buffer, uint8_t button, const Dictionary* user,
+                 const Dictionary* defaults = nullptr) {
+  CXTransferContext transfer;
+  CXTransferStart(&transfer, buffer.data(), static_cast<uint32_t>(buffer.size()));
+  resp_work work;
+  work.header[0] = button;
+  work.transfer = &transfer;
+  get_resp_data(&work, user, defaults);
+  return CXTransferEnd(&transfer);
+}
+
+// The blocks without their framing. The buffer starts zeroed, so the
+// unwritten pad byte of each header reads 0.
+Bytes build_run(uint8_t button, const Dictionary* user, const Dictionary* defaults = nullptr) {
+  Bytes buffer(4096, 0);
+  const uint32_t length = add_run(buffer, button, user, defaults);
+  return Bytes(buffer.begin() + 4, buffer.begin() + length - 2);
+}
+
+struct ReadBack {
+  std::shared_ptr<Dictionary> dict;
+  uint32_t flags = 0;
+  int32_t left = 0;  // bytes after the read position
+};
+
+// put_resp_data on the first block of `run`; dict stays null when no valid
+// block starts the run.
+ReadBack read_back(const Bytes& run, const Dictionary* defaults = nullptr, uint32_t flags = 0) {
+  ReadBack out;
+  out.flags = flags;
+  resp_work work;
+  work.pref_flags = &out.flags;
+  const auto size = static_cast<int32_t>(run.size());
+  out.left = size;
+  if (!start_resp_read(&work, run.data(), size)) return out;
+  put_resp_data(&work, &out.dict, defaults);
+  out.left = work.remaining;
+  return out;
+}
 
 constexpr uint32_t kHasUserData = 0x10;
 
@@ -148,6 +193,48 @@ TEST(ResponseConversion, TestBookmarksRoundTrip) {
   for (size_t i = 0; i < test_urls.size(); ++i) {
     const auto in = response(test_url_names[i], "LaunchURL", test_urls[i]);
     EXPECT_TRUE(plist::equal(read_back(build_run(1, in.get())).dict, in)) << test_urls[i];
+  }
+}
+
+// Every prefix of a menu and its entries.
+TEST(MalformedResponse, TruncatedRuns) {
+  const Bytes run = test::read_hex("conversions/menu.hex");
+  testing::internal::CaptureStderr();
+  for (size_t size = 0; size < run.size(); ++size) {
+    const auto written = read_back(Bytes(run.begin(), run.begin() + size));
+    EXPECT_GE(written.left, 0);
+    EXPECT_FALSE(written.dict && written.dict->contains("Response")) << size;
+  }
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("missing menu entry"), std::string::npos);
+}
+
+// Heap copies of the exact size, so the sanitizers see a read past them.
+TEST(MalformedResponse, NoBlockAtTheReadPosition) {
+  for (const size_t size : {2, 50}) {
+    Bytes garbage(size);
+    garbage[1] = 50;
+    resp_work work;
+    std::shared_ptr<Dictionary> dict;
+    work.read_pos = garbage.data();
+    work.remaining = static_cast<int32_t>(size);
+    testing::internal::CaptureStderr();
+    put_resp_data(&work, &dict, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Corvex Background: Cannot make prefs - invalid response block");
+    EXPECT_EQ(work.remaining, 0) << "a reader always makes progress";
+    EXPECT_FALSE(start_resp_read(&work, garbage.data(), static_cast<int32_t>(size)));
+  }
+}
+
+// A buffer too small for a menu and its entries is never written past, and
+// the transfer block reports the size that holds them all.
+TEST(MalformedResponse, FullBufferReportsTheSizeNeeded) {
+  const auto menu = plist::read_plist_file(test::data_path("conversions/menu.plist")).value;
+  const auto* user = as<Dictionary>(as<Dictionary>(menu)->get("User"));
+  const size_t needed = 4 + test::read_hex("conversions/menu.hex").size() + 2;
+  for (const size_t capacity : {0, 3, 60, 200, 300}) {
+    Bytes buffer(capacity);
+    EXPECT_EQ(add_run(buffer, 3, user), needed) << capacity;
   }
 }
 

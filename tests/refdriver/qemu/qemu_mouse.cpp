@@ -10,11 +10,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <thread>
 
+#include "tests/support/temp_dir.h"
 #include "tests/support/virtual_mouse.h"
 
 namespace {
@@ -27,22 +25,6 @@ int fail(const char* what) {
   return 1;
 }
 
-template <typename Found>
-bool wait_for(Found found) {
-  for (const auto end = Clock::now() + kPatience; Clock::now() < end;) {
-    if (found()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
-  return false;
-}
-
-bool log_holds(const char* path, const std::string& text) {
-  std::ifstream in(path);
-  std::stringstream all;
-  all << in.rdbuf();
-  return all.str().find(text) != std::string::npos;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -53,12 +35,17 @@ int main(int argc, char** argv) {
   cx::test::VirtualMouse mouse("Corvex Test Mouse");
   if (mouse.node().empty()) return fail("cannot create the mouse through /dev/uinput");
   std::printf("virtual-mouse: made %s\n", mouse.node().c_str());
-  if (!wait_for([&] { return log_holds(argv[1], "evdev: grabbed " + mouse.node() + " "); }))
+  const std::string grabbed = "evdev: grabbed " + mouse.node() + " ";
+  if (!cx::test::eventually(
+          [&] { return cx::test::read_file(argv[1]).find(grabbed) != std::string::npos; },
+          kPatience))
     return fail("the driver did not grab the mouse");
   cx::test::InputDevice pointer(nullptr, cx::test::close_input_device);
-  if (!wait_for([&] {
-        return (pointer = cx::test::open_input_device("Corvex Virtual Pointer")) != nullptr;
-      }))
+  if (!cx::test::eventually(
+          [&] {
+            return (pointer = cx::test::open_input_device("Corvex Virtual Pointer")) != nullptr;
+          },
+          kPatience))
     return fail("no Corvex Virtual Pointer");
 
   mouse.emit(EV_KEY, button, 1);
