@@ -119,16 +119,6 @@ TEST(ActlistWire, ChainRoundTripsAsCountAndItemsOrIsRefusedWhole) {
   }
 }
 
-TEST(ActItemChain, LinksSurviveAMove) {
-  act_item_chain chain(std::vector<act_item>(3, kSample));
-  const act_item* head = chain.head();
-  act_item_chain moved = std::move(chain);
-  ASSERT_EQ(moved.head(), head);
-  EXPECT_EQ(moved.size(), 3u);
-  EXPECT_EQ(head->link->link->link, nullptr);
-  EXPECT_EQ(act_item_chain().head(), nullptr);
-}
-
 Bytes bytes_of(const CXFlattenedData& record) {
   return Bytes(record.getData(), record.getData() + record.getSize());
 }
@@ -207,30 +197,23 @@ TEST(FlattenedData, OpaqueRecordsAndUnknownData) {
   EXPECT_EQ(record.read(2), (Bytes{'p', 'q'}));
 }
 
-TEST(FlattenedData, FlatBlocksAreCopiedByTheirOwnLengthIfTheyFit) {
+// Blocks are taken by their own length when it fits; reads past the end read
+// zeros and leave the record empty.
+TEST(FlattenedData, ShortOrMisfittingBlocks) {
   const Bytes block = {0, 0, 0, 6, 0x12, 0x34, 0xEE, 0xEE};
   EXPECT_EQ(bytes_of(CXFlattenedData(block.data())), Bytes(block.begin(), block.begin() + 6));
-  EXPECT_EQ(CXFlattenedData(block.data(), 6).readShort(), 0x1234);
   EXPECT_EQ(CXFlattenedData(block.data(), 5).getSize(), 4u);
   CXFlattenedData record;
   record.write(int16_t{1});
   EXPECT_FALSE(record.setData(Bytes{0, 0, 0, 3}.data(), 4)) << "size word below 4";
   EXPECT_EQ(record.getSize(), 4u);
   EXPECT_FALSE(record.setData(block.data(), 3));
-  EXPECT_TRUE(record.setData(block.data(), 6));
-  EXPECT_EQ(record.getSize(), 6u);
-  record.setData(Bytes{0, 0, 0, 5, 7}.data());
-  EXPECT_EQ(record.readUByte(), 7);
-}
 
-TEST(FlattenedData, ShortRecordReadsZerosAndEndsEmpty) {
   const Bytes one = {0, 0, 0, 5, 0xAB};
-  CXFlattenedData record(one.data());
-  EXPECT_EQ(record.readULong(), 0xAB000000u);
-  EXPECT_EQ(record.getSize(), 4u);
-  EXPECT_EQ(record.readShort(), 0);
-  EXPECT_EQ(record.readActItem().head(), nullptr);
-  EXPECT_EQ(record.getSize(), 4u);
+  CXFlattenedData short_record(one.data());
+  EXPECT_EQ(short_record.readULong(), 0xAB000000u);
+  EXPECT_EQ(short_record.getSize(), 4u);
+  EXPECT_EQ(short_record.readActItem().head(), nullptr);
 
   // A huge count with one linked item and four more bytes.
   Bytes chain = {0, 0, 0, 26, 0x7F, 0xFF};
@@ -248,7 +231,6 @@ TEST(FlattenedData, ShortRecordReadsZerosAndEndsEmpty) {
   uint32_t n = 0;
   EXPECT_EQ(data.readUnknownData(&n), (Bytes{1, 2, 3}));
   EXPECT_EQ(n, 3u);
-  EXPECT_TRUE(data.read(size_t{1} << 40).empty());
 }
 
 }  // namespace

@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/user_client_fd.h"
+#include "platform/linux/user_client_io.h"
 #include "refdriver/transport_server.h"
 #include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
@@ -106,7 +106,6 @@ class RunningServer {
     server_.reset();
   }
   const std::string& dir() const { return dir_.path(); }
-  refdriver::TransportServer& server() { return *server_; }
 
   EchoHandler handler;
 
@@ -119,12 +118,7 @@ class RunningServer {
 // A plain socket to a service, for speaking the wire form by hand; reads
 // give up after 5 s so that a fault fails the test instead of hanging it.
 inline UniqueFd raw_connect(const std::string& dir, const std::string& name) {
-  UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  const std::string path = dir + "/" + name;
-  std::memcpy(addr.sun_path, path.data(), path.size());
-  if (connect(fd.get(), reinterpret_cast<const sockaddr*>(&addr), sizeof addr) != 0) return {};
+  UniqueFd fd = uc::connect_socket(dir + "/" + name);
   timeval timeout{5, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   return fd;
