@@ -76,7 +76,6 @@ struct FakeUserClient final : platform::UserClientService {
   std::vector<uint64_t> created_sizes;
   std::vector<uint32_t> unmapped_types, released_types;
   std::vector<Bytes> requests;  // each transfer's request block
-  Bytes flattened_request;      // the last flattened record sent
   std::map<uint32_t, Bytes> buffers;
   uint32_t next_type = 0x100;
 };
@@ -112,16 +111,9 @@ struct Connection final : platform::UserClientConnection {
       d.buffers.erase(static_cast<uint32_t>(in[0]));
       return d.release_result;
     }
-    if (selector != 2 && selector != 4) return platform::kIOReturnUnsupported;
+    if (selector != 4) return platform::kIOReturnUnsupported;
     std::span<uint8_t> request = d.buffer(in[0]), reply = d.buffer(in[1]);
     const auto size = std::min<size_t>(load_be32(request.data()), request.size());
-    if (selector == 2) {
-      d.flattened_request.assign(request.begin(), request.begin() + size);
-      store_be32(reply.data(), static_cast<uint32_t>(size));  // answers the payload reversed
-      std::reverse_copy(request.begin() + 4, request.begin() + size, reply.begin() + 4);
-      out[0] = 0;
-      return 0;
-    }
     d.requests.emplace_back(request.begin(), request.begin() + size);
     out[0] = d.transfer_result ? d.failed_transfer_output : d.on_transfer(reply);
     return d.transfer_result;
