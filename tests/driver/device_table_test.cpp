@@ -89,18 +89,6 @@ TEST_F(DeviceUploadTest, TestBundleFollowsTheRulesAndReachesTheDriverSorted) {
   use_bundle_beside(data_path("devices"));
   const auto bundle = dirt_bundle_create();
   ASSERT_TRUE(bundle);
-  // A callback's non-zero result ends the enumeration and is its result.
-  std::vector<std::string> keys;
-  const auto stop_at_second = [](const std::string& key, const plist::Dictionary&, void* context) {
-    auto& seen = *static_cast<std::vector<std::string>*>(context);
-    seen.push_back(key);
-    return seen.size() == 2 ? 77 : 0;
-  };
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(enumerate_cxdevices(*bundle, stop_at_second, &keys), 77);
-  testing::internal::GetCapturedStderr();
-  EXPECT_EQ(keys, (std::vector<std::string>{"Five", "Two"}));
-
   testing::internal::CaptureStderr();
   EXPECT_EQ(setDeviceDescriptors(), 0);
   const std::string errors = testing::internal::GetCapturedStderr();
