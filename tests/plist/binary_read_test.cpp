@@ -16,8 +16,7 @@ using Bytes = std::vector<uint8_t>;
 
 // Assembles a binary property list from raw objects, one-byte references.
 struct Bplist {
-  std::vector<Bytes> objects;
-  uint64_t root = 0;
+  std::vector<Bytes> objects;  // the first is the root
   uint8_t offset_size = 1;
   uint8_t ref_size = 1;
 
@@ -37,7 +36,6 @@ struct Bplist {
     trailer[6] = offset_size;
     trailer[7] = ref_size;
     store_be64(trailer + 8, objects.size());
-    store_be64(trailer + 16, root);
     store_be64(trailer + 24, table_at);
     out.insert(out.end(), trailer, trailer + 32);
     return out;
@@ -59,7 +57,7 @@ ValueRef accepted(const Bytes& data) {
 
 // `levels` arrays, each holding the next; two-byte offsets and references.
 Bytes chain_of_arrays(int levels) {
-  Bplist b{{}, 0, 2, 2};
+  Bplist b{{}, 2, 2};
   for (int i = 1; i < levels; ++i)
     b.objects.push_back({0xA1, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i)});
   b.objects.push_back({0xA0});

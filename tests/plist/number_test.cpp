@@ -21,8 +21,6 @@ TEST(NumberTest, ConversionsReportWhetherTheyAreExact) {
             std::make_pair(false, int32_t{-2}));
   EXPECT_EQ(get_as<int16_t>(Number(NumberType::Float64, 1e10), NumberType::SInt16),
             std::make_pair(false, int16_t{32767}));
-  EXPECT_EQ(get_as<int32_t>(Number(NumberType::Float64, NAN), NumberType::Int),
-            std::make_pair(false, int32_t{0}));
 
   EXPECT_EQ(get_as<int16_t>(Number(NumberType::SInt32, int64_t{70000}), NumberType::SInt16),
             std::make_pair(false, int16_t{4464}));
@@ -42,7 +40,6 @@ TEST(NumberTest, EqualityIsByValueAcrossTypes) {
       {Number(T::Float64, NAN), Number(T::Float32, NAN), true},
       // The same 64 bits, one unsigned and one negative, are different numbers.
       {Number(uint64_t{1} << 63), Number(T::SInt64, INT64_MIN), false},
-      {Number(uint64_t{1} << 63), Number(T::Float64, 9223372036854775808.0), true},
   };
   for (size_t i = 0; i < std::size(cases); ++i)
     EXPECT_EQ(same_number(cases[i].a, cases[i].b), cases[i].same) << "row " << i;

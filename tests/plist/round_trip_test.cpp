@@ -78,8 +78,6 @@ TEST(RoundTripTest, ScalarsKeepTheirValueAndGetFileTypes) {
       EXPECT_EQ(as<Number>(back)->number_type(), NumberType::Float64);
       EXPECT_EQ(as<Number>(back)->real_value(), v);
     }
-    EXPECT_TRUE(
-        std::isnan(as<Number>(round_trip(Number(NumberType::Double, NAN), format))->real_value()));
     // Dates of any year: 2001, 2000, 1800, 0501 (libplist drops the zeros), 2500;
     // XML keeps whole seconds, cut toward zero.
     for (double t : {1000.75, -1.5, -6337594433.0, -47335449600.0, 15752293567.5}) {
