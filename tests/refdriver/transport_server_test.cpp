@@ -1,6 +1,7 @@
 // The reference driver's transport spoken to by hand: greetings, malformed
-// frames, notification back-pressure and limits. The line sockets are
+// frames, notification back-pressure, limits and buffers. The line sockets are
 // spoken to by corvex-driverctl in the daemon's test.
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -270,6 +271,32 @@ TEST(TransportLimits, AConnectionStalledInsideARequestIsClosed) {
   EXPECT_TRUE(closed_by_peer(stalled.get()));
   EXPECT_TRUE(closed_by_peer(half_hello.get()));
   EXPECT_TRUE(answers(idle.get()));
+}
+
+std::size_t shared_buffers_open() {
+  std::size_t count = 0;
+  std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir("/proc/self/fd"), closedir);
+  while (const dirent* entry = readdir(dir.get())) {
+    char target[256] = {};
+    const std::string link = std::string("/proc/self/fd/") + entry->d_name;
+    if (readlink(link.c_str(), target, sizeof target - 1) > 0 &&
+        std::string_view(target).starts_with("/memfd:corvex-uc-buffer")) {
+      ++count;
+    }
+  }
+  return count;
+}
+
+TEST(TransportBuffers, AClosedConnectionsBuffersAreFreed) {
+  RunningServer driver;
+  const std::size_t before = shared_buffers_open();
+  UniqueFd fd = greeted(driver.dir());
+  ASSERT_EQ(create_status(fd.get(), 0x10000), kIOReturnSuccess);
+  ASSERT_EQ(create_status(fd.get(), 0x10000), kIOReturnSuccess);
+  EXPECT_EQ(shared_buffers_open(), before + 2);
+  fd.reset();
+  EXPECT_EQ(driver.handler.wait_closed(1), 1u);
+  EXPECT_EQ(shared_buffers_open(), before);
 }
 
 }  // namespace
