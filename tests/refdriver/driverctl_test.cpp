@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "driver/actlist_requests.h"
-#include "driver/device_requests.h"
 #include "model/builtin_actlists.h"
 #include "platform/linux/user_client_socket.h"
 #include "refdriver/control_socket.h"
