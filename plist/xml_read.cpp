@@ -280,11 +280,6 @@ class Scanner {
     for (size_t i = 0; i < doc_.size();) {
       i = skip_plain_ascii(doc_, i);
       if (i == doc_.size()) break;
-      const auto byte = static_cast<uint8_t>(doc_[i]);
-      if ((byte >= 0x20 && byte < 0x80) || byte == '\n' || byte == '\t' || byte == '\r') {
-        ++i;
-        continue;
-      }
       uint32_t c = 0;
       const size_t len = decode_utf8(doc_, i, c);
       if (len == 0) return fail(i, "invalid UTF-8");

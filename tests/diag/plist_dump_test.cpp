@@ -25,14 +25,20 @@ plist::ValueRef nested() {
   return dict;
 }
 
-TEST(PlistDescribeTest, NestedVerboseAndPlain) {
+TEST(PlistDescribeTest, ContainersVerboseAndPlain) {
   const plist::ValueRef title = plist::make_string("T");
   const plist::ValueRef value = nested();
+  const plist::ValueRef empty_dict = plist::make_dictionary();
+  const plist::ValueRef empty_array = plist::make_array();
   CaptureStderr();
   CXCFShow(value.get(), title.get(), 1);
   CXCFShow(value.get(), nullptr, 0);
   CXCFDescribe(nullptr, 0, "-");
-  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/nested.txt"));
+  for (const auto* empty : {empty_dict.get(), empty_array.get()}) {
+    CXCFDescribe(empty, 1, ">");
+    CXCFDescribe(empty, 0, ">");
+  }
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/containers.txt"));
 }
 
 TEST(PlistDescribeTest, NumbersStringsAndRetainCounts) {
@@ -55,52 +61,32 @@ TEST(PlistDescribeTest, NumbersStringsAndRetainCounts) {
   EXPECT_EQ(GetCapturedStderr(), test::read_text("show/scalars.txt") + address);
 }
 
-TEST(PlistDescribeTest, EmptyContainers) {
-  const plist::ValueRef dict = plist::make_dictionary();
-  const plist::ValueRef array = plist::make_array();
-  CaptureStderr();
-  CXCFDescribe(dict.get(), 1, ">");
-  CXCFDescribe(dict.get(), 0, ">");
-  CXCFDescribe(array.get(), 1, ">");
-  CXCFDescribe(array.get(), 0, ">");
-  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/empty.txt"));
-}
-
+// The key column fits the widest key at any depth; arrays use positions as
+// keys; a key that cannot be converted counts for nothing.
 TEST(PlistShowTest, KeyColumnFitsTheWidestNestedKey) {
   auto dict = plist::make_dictionary();
   dict->set("a", plist::make_string("x"));
   dict->set("longkey1", plist::make_int32(5));
   const plist::ValueRef key = plist::make_string("dict");
   const plist::ValueRef value = dict;
-  EXPECT_EQ(CXCFGetMaxKeyLength(key.get(), value.get(), 0), 10);
-  CaptureStderr();
-  CXCFKeyShow(key.get(), value.get());
-  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/key_column.txt"));
-}
-
-TEST(PlistShowTest, ArraysUsePositionsAsKeys) {
   auto inner = plist::make_array();
   for (int i = 0; i < 10; ++i) inner->append(plist::make_bool(i % 2 == 0));
   auto outer = plist::make_array();
   outer->append(inner);
   outer->append(plist::make_number(plist::NumberType::LongLong, 1));
-  const plist::ValueRef value = outer;
-  // "10" two levels down is the widest key.
-  EXPECT_EQ(CXCFGetMaxKeyLengthFromArray(*outer, 0), 4);
+  const plist::ValueRef arrays = outer;
+  auto unconvertible = plist::make_dictionary();
+  unconvertible->set(std::string(1024, 'k'), plist::make_dictionary());
+  const plist::ValueRef holder = unconvertible;
+  EXPECT_EQ(CXCFGetMaxKeyLength(key.get(), value.get(), 0), 10);
+  EXPECT_EQ(CXCFGetMaxKeyLengthFromArray(*outer, 0), 4) << "\"10\" two levels down";
+  EXPECT_EQ(CXCFGetMaxKeyLengthFromDictionary(*unconvertible, 0), 0);
   CaptureStderr();
-  CXCFKeyShow(nullptr, value.get());
-  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/arrays.txt"));
-}
-
-TEST(PlistShowTest, NullEmptyDictionaryAndUnconvertibleKey) {
-  auto dict = plist::make_dictionary();
-  dict->set(std::string(1024, 'k'), plist::make_dictionary());
-  const plist::ValueRef value = dict;
-  EXPECT_EQ(CXCFGetMaxKeyLengthFromDictionary(*dict, 0), 0);
-  CaptureStderr();
+  CXCFKeyShow(key.get(), value.get());
+  CXCFKeyShow(nullptr, arrays.get());
   CXCFShowObject(nullptr, 0, 0);
-  CXCFShowObject(value.get(), 0, 0);
-  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/null_and_empty.txt"));
+  CXCFShowObject(holder.get(), 0, 0);
+  EXPECT_EQ(GetCapturedStderr(), test::read_text("show/key_column.txt"));
 }
 
 TEST(PlistShowTest, StringLengths) {

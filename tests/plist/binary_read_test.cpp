@@ -65,7 +65,7 @@ Bytes chain_of_arrays(int levels) {
   return b.bytes();
 }
 
-TEST(BinaryReadTest, MalformedStructureIsRefused) {
+TEST(BinaryReadTest, MalformedStructureIsRefusedAndNestingIsBounded) {
   const Bytes one = Bplist{{{0x09}}}.bytes();  // a lone true; its trailer starts at 10
   const auto patched = [&](size_t at, std::initializer_list<uint8_t> bytes) {
     Bytes b = one;
@@ -98,12 +98,6 @@ TEST(BinaryReadTest, MalformedStructureIsRefused) {
     SCOPED_TRACE(c.error);
     EXPECT_NE(refusal(c.data).find(c.error), std::string::npos);
   }
-}
-
-TEST(BinaryReadTest, SharedObjectsAreExpandedAndNestingIsBounded) {
-  const ValueRef v = accepted(Bplist{{{0xA2, 1, 1}, {0x51, 'x'}}}.bytes());
-  ASSERT_EQ(as<Array>(v)->size(), 2u);
-  EXPECT_EQ(as<String>(as<Array>(v)->at(1))->text(), "x");
   EXPECT_NE(accepted(chain_of_arrays(kMaxDepth)), nullptr);
 }
 
@@ -138,21 +132,14 @@ TEST(BinaryReadTest, MalformedObjectsAreRefused) {
 }
 
 TEST(BinaryReadTest, IntegersByWidth) {
-  // One, two and four bytes are unsigned, eight signed, sixteen unsigned.
+  // One, two and four bytes are unsigned, eight signed, sixteen unsigned;
+  // the foreign fixture holds the eight- and sixteen-byte forms.
   EXPECT_EQ(as<Number>(accepted(Bplist{{{0x10, 0xFF}}}.bytes()))->int_value(), 255);
+  EXPECT_EQ(as<Number>(accepted(Bplist{{{0x11, 0xFF, 0xFE}}}.bytes()))->int_value(), 65534);
   EXPECT_EQ(as<Number>(accepted(Bplist{{{0x12, 0xFF, 0xFF, 0xFF, 0xFF}}}.bytes()))->int_value(),
             4294967295);
-  const ValueRef negative =
-      accepted(Bplist{{{0x13, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFE}}}.bytes());
-  EXPECT_EQ(as<Number>(negative)->int_value(), -2);
-  EXPECT_EQ(as<Number>(negative)->number_type(), NumberType::SInt32);
-  Bytes wide{0x14, 0, 0, 0, 0, 0, 0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 1};
-  const ValueRef unsigned_value = accepted(Bplist{{wide}}.bytes());
-  EXPECT_TRUE(as<Number>(unsigned_value)->is_unsigned());
-  EXPECT_EQ(static_cast<uint64_t>(as<Number>(unsigned_value)->int_value()),
-            (uint64_t{1} << 63) + 1);
-  wide[8] = 1;  // beyond 64 bits
-  EXPECT_EQ(refusal(Bplist{{wide}}.bytes()), "byte offset 8: integer out of range");
+  const Bytes beyond_64_bits{0x14, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
+  EXPECT_EQ(refusal(Bplist{{beyond_64_bits}}.bytes()), "byte offset 8: integer out of range");
 }
 
 }  // namespace

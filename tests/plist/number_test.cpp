@@ -26,7 +26,7 @@ TEST(NumberTest, CreationWrapsToTheTypeWidth) {
   EXPECT_TRUE(std::isinf(Number(NumberType::Float, 1e300).real_value()));
 }
 
-TEST(NumberTest, FloatToIntTruncatesSaturatesAndReportsTheLoss) {
+TEST(NumberTest, ConversionsReportWhetherTheyAreExactFloatsTruncateAndSaturate) {
   EXPECT_EQ(get_as<int32_t>(Number(NumberType::Float64, -2.75), NumberType::SInt32),
             std::make_pair(false, int32_t{-2}));
   EXPECT_EQ(get_as<int8_t>(Number(NumberType::Double, 42.0), NumberType::SInt8),
@@ -37,9 +37,7 @@ TEST(NumberTest, FloatToIntTruncatesSaturatesAndReportsTheLoss) {
             std::make_pair(false, std::numeric_limits<int64_t>::min()));
   EXPECT_EQ(get_as<int32_t>(Number(NumberType::Float64, NAN), NumberType::Int),
             std::make_pair(false, int32_t{0}));
-}
 
-TEST(NumberTest, ConversionsReportWhetherTheyAreExact) {
   using T = NumberType;
   const Number n(T::SInt32, int64_t{70000});
   EXPECT_EQ(get_as<int16_t>(n, T::SInt16), std::make_pair(false, int16_t{4464}));

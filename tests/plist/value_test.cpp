@@ -32,25 +32,9 @@ TEST(DictionaryTest, KeepsInsertionOrderAndReplacesInPlace) {
   EXPECT_EQ(as<Number>(d->get("x"))->int_value(), 3);
 }
 
-TEST(ArrayTest, InsertAndRemoveClampToTheBounds) {
-  auto a = make_array();
-  a->append(make_int32(1));
-  a->insert(0, make_int32(0));
-  a->insert(99, make_int32(2));
-  a->remove(99);
-  ASSERT_EQ(a->size(), 3u);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(as<Number>(a->at(i))->int_value(), i);
-  a->remove(1);
-  EXPECT_EQ(as<Number>(a->at(1))->int_value(), 2);
-}
-
-TEST(EqualTest, DictionariesIgnoreOrderArraysDoNot) {
+TEST(EqualTest, ByTypeAndValueDictionariesInAnyOrderArraysInTheirOwn) {
   auto d1 = make_dictionary();
   auto d2 = make_dictionary();
-  d1->set("a", make_int32(1));
-  d1->set("b", make_real(NumberType::Float64, 2.0));
-  d2->set("b", make_number(NumberType::SInt8, 2));
-  d2->set("a", make_number(NumberType::LongLong, 1));
   for (int i = 0; i < 40; ++i) d1->set("k" + std::to_string(i), make_int32(i));
   for (int i = 39; i >= 0; --i) d2->set("k" + std::to_string(i), make_int32(i));
   EXPECT_TRUE(equal(d1, d2));
@@ -67,9 +51,8 @@ TEST(EqualTest, DictionariesIgnoreOrderArraysDoNot) {
   a2->append(make_int32(2));
   a2->append(make_int32(1));
   EXPECT_FALSE(equal(a1, a2));
-}
 
-TEST(EqualTest, ScalarsCompareByTypeAndValue) {
+  EXPECT_TRUE(equal(make_number(NumberType::SInt8, 2), make_real(NumberType::Float64, 2.0)));
   EXPECT_FALSE(equal(make_string("1"), make_int32(1)));
   EXPECT_FALSE(equal(make_bool(true), make_int32(1)));
   EXPECT_TRUE(equal(make_data({1, 2}), make_data({1, 2})));
@@ -90,7 +73,6 @@ TEST(DeepCopyTest, SharesNothingWithTheOriginal) {
   inner->append(make_int32(1));
   EXPECT_FALSE(equal(copy, d));
   EXPECT_NE(as<Dictionary>(copy)->get("list"), inner);
-  EXPECT_EQ(inner->retain_count(), 2);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "agent/agent_state.h"
 #include "driver/driver_connection.h"
@@ -39,10 +40,6 @@ std::string PrefStoreTest::user_file() const {
 }
 
 void PrefStoreTest::write_user(const plist::ValueRef& root) {
-  if (!root) {
-    fs::remove(user_file());
-    return;
-  }
   fs::create_directories(fs::path(user_file()).parent_path());
   auto top = plist::make_dictionary();
   top->set("CXPrefData", root);
@@ -57,13 +54,6 @@ plist::ValueRef PrefStoreTest::read_user() const {
 
 std::string PrefStoreTest::user_file_bytes() const {
   return read_file(user_file());
-}
-
-std::shared_ptr<plist::Dictionary> PrefStoreTest::defaults() {
-  const auto result = plist::read_plist_file(CX_DEFAULT_PLIST);
-  const auto* top = plist::as<plist::Dictionary>(result.value);
-  return std::static_pointer_cast<plist::Dictionary>(
-      plist::deep_copy(top->get("CXPrefData").get()));
 }
 
 std::vector<uint8_t> PrefStoreTest::global_record(uint16_t index) const {
@@ -89,10 +79,14 @@ int PrefStoreTest::save() {
   return write_plist_prefs(&pref_data);
 }
 
-plist::ValueRef parse(const std::string& xml_body) {
-  const std::string doc =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">" + xml_body + "</plist>";
-  return plist::read_plist({reinterpret_cast<const uint8_t*>(doc.data()), doc.size()}).value;
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
+  plist::ValueRef v = root;
+  std::stringstream parts(path);
+  for (std::string key; std::getline(parts, key, '/');) {
+    const auto* dict = plist::as<plist::Dictionary>(v);
+    v = dict ? dict->get(key) : nullptr;
+  }
+  return v;
 }
 
 }  // namespace cx::test

@@ -20,14 +20,12 @@ class PrefStoreTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  // Writes `root` as the user's "CXPrefData"; null removes the file.
+  // Writes `root` as the user's "CXPrefData".
   void write_user(const plist::ValueRef& root);
   // The user's "CXPrefData" as the file holds it, or null.
   plist::ValueRef read_user() const;
   std::string user_file_bytes() const;
   std::string user_file() const;
-  // The default tree's "CXPrefData".
-  static std::shared_ptr<plist::Dictionary> defaults();
   // A record of the driver: global data, or application data of set `key`.
   std::vector<uint8_t> global_record(uint16_t index) const;
   std::vector<uint8_t> app_record(const std::string& key, uint16_t index);
@@ -40,7 +38,7 @@ class PrefStoreTest : public ::testing::Test {
   std::unique_ptr<platform::UserClientService> service_;
 };
 
-// A dictionary from a property-list text, for expected values in tables.
-plist::ValueRef parse(const std::string& xml_body);
+// The value at a "/"-separated path, or null.
+plist::ValueRef at(const plist::ValueRef& root, const std::string& path);
 
 }  // namespace cx::test

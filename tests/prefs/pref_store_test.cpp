@@ -2,11 +2,9 @@
 // driver -> write pass -> user file.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <optional>
-#include <sstream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,107 +13,59 @@
 #include "plist/plist_io.h"
 #include "prefs/pref_files.h"
 #include "tests/prefs/pref_fixture.h"
+#include "tests/support/golden.h"
 
 namespace cx::test {
 namespace {
 
-// The value at a "/"-separated path, or null.
-plist::ValueRef at(const plist::ValueRef& root, const std::string& path) {
-  plist::ValueRef v = root;
-  std::stringstream parts(path);
-  for (std::string key; std::getline(parts, key, '/');) {
-    const auto* dict = plist::as<plist::Dictionary>(v);
-    v = dict ? dict->get(key) : nullptr;
-  }
-  return v;
-}
-
-// Sets the value at a path, making the dictionaries on the way.
-void put(const plist::ValueRef& root, const std::string& path, plist::ValueRef value) {
-  auto* dict = plist::as<plist::Dictionary>(root);
-  std::stringstream parts(path);
-  std::string key;
-  std::getline(parts, key, '/');
-  for (std::string next; std::getline(parts, next, '/'); key = next) {
-    if (!plist::as<plist::Dictionary>(dict->get(key))) dict->set(key, plist::make_dictionary());
-    dict = plist::as<plist::Dictionary>(dict->get(key));
-  }
-  dict->set(key, std::move(value));
-}
-
-plist::ValueRef num(int v) {
-  return plist::make_int32(v);
-}
+namespace fs = std::filesystem;
 
 constexpr char kLevel[] = "SystemWideData/AccelerationData/Tball2AccelLevel";
-constexpr char kDefaultSet[] = "ApplicationSetData/Default/";
-
-plist::ValueRef read_data_file(const std::string& name) {
-  const auto result = plist::read_plist_file(std::string(std::getenv("CX_TEST_DATA")) + "/" + name);
-  EXPECT_TRUE(result.value) << result.error;
-  return result.value;
-}
 
 TEST_F(PrefStoreTest, SavingTheDefaultsLeavesOnlyVersionAndSetNames) {
+  active_app_sig = 0x74747874;
   load();
-  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
-  EXPECT_EQ(app_record("Default", 72), (std::vector<uint8_t>{3, 0, 0, 0}));
+  EXPECT_EQ(active_app_sig, 0u) << "an activation forgets the front application";
   EXPECT_EQ(save(), 1);
-  const auto expected = parse(
-      "<dict><key>ApplicationSetData</key><dict><key>Default</key><dict>"
-      "<key>ApplicationName</key><string>Default</string></dict></dict>"
-      "<key>PrefVersion</key><string>4.0.0</string></dict>");
-  EXPECT_TRUE(plist::equal(read_user(), expected));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/defaults.plist"));
 }
 
 TEST_F(PrefStoreTest, LeafKeepsStoresOrDeletes) {
-  struct Case {
+  const struct {
     const char* what;
     std::optional<int> user;
     uint8_t driver;
     std::optional<int> saved;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"kept while the driver holds it", 5, 5, 5},
       {"kept although equal to the default", 3, 3, 3},
       {"stored when the driver differs", std::nullopt, 7, 7},
       {"replaced by the driver's value", 5, 6, 6},
       {"deleted when the driver holds the default", 5, 3, std::nullopt},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    auto user = plist::make_dictionary();
-    if (c.user) put(user, kLevel, num(*c.user));
-    write_user(user);
+    auto levels = plist::make_dictionary();
+    if (c.user) levels->set("Tball2AccelLevel", plist::make_int32(*c.user));
+    write_user(plist::make_dictionary(
+        {{"SystemWideData", plist::make_dictionary({{"AccelerationData", levels}})}}));
     load();
     ASSERT_EQ(global_record(2)[0], c.user.value_or(3));
     driver_.mutable_state().globals.fixed(2)->at(0) = c.driver;
     save();
-    const auto saved = at(read_user(), kLevel);
-    if (c.saved) {
-      ASSERT_TRUE(saved);
-      EXPECT_EQ(plist::as<plist::Number>(saved)->int_value(), *c.saved);
-    } else {
-      EXPECT_FALSE(saved);
-      EXPECT_FALSE(at(read_user(), "SystemWideData"));
+    const plist::ValueRef saved = at(read_user(), kLevel);
+    const auto* level = plist::as<plist::Number>(saved);
+    EXPECT_EQ(level ? std::optional<int>(level->int_value()) : std::nullopt, c.saved);
+    if (!c.saved) {
+      EXPECT_FALSE(at(read_user(), "SystemWideData")) << "nor the emptied parents";
     }
   }
 }
 
 TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
-  const auto d = defaults();
-  const std::string table_path = "SystemWideData/AccelerationTableData/Mouse4AccelTable";
-  const plist::ValueRef table = plist::deep_copy(at(d, table_path).get());
-  auto* last_row =
-      plist::as<plist::Array>(plist::as<plist::Array>(at(table, "MultiplierRows"))->at(8));
-  const auto default_last =
-      static_cast<uint8_t>(plist::as<plist::Number>(last_row->at(11))->int_value());
-  last_row->set(11, num(99));
-  auto user = plist::make_dictionary();
-  put(user, std::string(kDefaultSet) + "ScrollingData/ClockWiseIsUp", plist::make_bool(true));
-  put(user, "SystemWideData/ChordingSpeedData", num(321));
-  put(user, table_path, table);
-  write_user(user);
+  load();
+  const std::vector<uint8_t> default_table = global_record(94);
+  write_file(user_file(), read_text("user/records.plist"));
   load();
   EXPECT_EQ(app_record("Default", 72), (std::vector<uint8_t>{3, 0, 0, 2}));
   EXPECT_EQ(global_record(9)[0] << 8 | global_record(9)[1], 321);
@@ -123,26 +73,21 @@ TEST_F(PrefStoreTest, RecordsReachTheDriverAndComeBack) {
   EXPECT_EQ(global_record(94)[1], 1);  // first threshold, big-endian
 
   // The second flag of the same word changes alone; the table is the default again.
-  driver_.mutable_state().global_record(94)[131] = default_last;
+  driver_.mutable_state().global_record(94)[131] = default_table[131];
   driver_.mutable_state().apps.global().data.fixed(72)->at(3) = 2 | 4;
   save();
-  const auto saved = read_user();
-  EXPECT_TRUE(plist::equal(at(saved, std::string(kDefaultSet) + "ScrollingData"),
-                           parse("<dict><key>ClockWiseIsUp</key><true/>"
-                                 "<key>SwapScrollAxis</key><true/></dict>")));
-  EXPECT_FALSE(at(saved, "SystemWideData/AccelerationTableData"));
-  EXPECT_EQ(plist::as<plist::Number>(at(saved, "SystemWideData/ChordingSpeedData"))->int_value(),
-            321);
+  EXPECT_EQ(user_file_bytes(), read_text("saved/records.plist"));
 }
 
 TEST_F(PrefStoreTest, OldLayoutIsMigrated) {
-  const plist::ValueRef old = read_data_file("migrate_3.0.0.plist");
+  const plist::ValueRef old = plist::read_plist_file(data_path("migrate_3.0.0.plist")).value;
   ASSERT_TRUE(plist::as<plist::Dictionary>(old));
   auto user = std::static_pointer_cast<plist::Dictionary>(plist::deep_copy(old.get()));
   reconcile_old_user_plist(&user, "3.1.0");
   EXPECT_TRUE(plist::equal(user.get(), old.get()));
   reconcile_old_user_plist(&user, "3.0.0");
-  EXPECT_TRUE(plist::equal(user, read_data_file("migrate_3.0.0.expected.plist")));
+  EXPECT_TRUE(
+      plist::equal(user, plist::read_plist_file(data_path("migrate_3.0.0.expected.plist")).value));
 
   // A file without a version is taken as 3.0.0.
   write_user(plist::deep_copy(old.get()));
@@ -150,28 +95,8 @@ TEST_F(PrefStoreTest, OldLayoutIsMigrated) {
   EXPECT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
 }
 
-TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
-  auto user = plist::make_dictionary();
-  for (const char* key : {"Tball2AccelLevel", "Mouse4AccelLevel", "Tball4AccelLevel",
-                          "Mouse8AccelLevel", "Tball8AccelLevel"})
-    put(user, std::string("SystemWideData/AccelerationData/") + key, num(6));
-  write_user(user);
-  load();
-  ASSERT_EQ(global_record(2), (std::vector<uint8_t>{6, 6, 6, 6, 6}));
-  EXPECT_EQ(retore_default_prefs(&pref_data, 7), 0);
-  EXPECT_EQ(retore_default_prefs(&pref_data, 2), 1);
-  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
-  EXPECT_TRUE(at(read_user(), kLevel)) << "a restore leaves the file alone";
-  save();
-  EXPECT_FALSE(at(read_user(), "SystemWideData"));
-}
-
 TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
-  auto user = plist::make_dictionary();
-  put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
-      plist::make_string("TextEdit"));
-  put(user, "ApplicationSetData/com.apple.TextEdit/ScrollingData/ScrollSpeed", num(5));
-  write_user(user);
+  write_file(user_file(), read_text("user/sets.plist"));
   load();
   auto& apps = driver_.mutable_state().apps;
   ASSERT_EQ(apps.listed_count(), 2u);
@@ -184,23 +109,14 @@ TEST_F(PrefStoreTest, SetsTheDriverDroppedGoAndNewOnesAreAdded) {
   apps.edited().data.write(72, std::vector<uint8_t>{9, 0, 0, 0});
   apps.select_global();
   save();
-  const auto expected = parse(
-      "<dict><key>Default</key><dict><key>ApplicationName</key><string>Default</string></dict>"
-      "<key>com.apple.Preview</key><dict><key>ApplicationName</key><string>Preview</string>"
-      "<key>ScrollingData</key><dict><key>ScrollSpeed</key><integer>9</integer></dict></dict></"
-      "dict>");
-  EXPECT_TRUE(plist::equal(at(read_user(), "ApplicationSetData"), expected));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/sets.plist"));
 }
 
 // Each file holds one bad value beside a valid chording speed, which must
 // still reach the driver unless the file cannot be read at all; the file
 // itself stays as it was. The last file's valid level stays in the driver.
 TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
-  std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(
-           std::string(std::getenv("CX_TEST_DATA")) + "/bad_values"))
-    files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
+  const std::set<fs::path> files{fs::directory_iterator(data_path("bad_values")), {}};
   ASSERT_EQ(files.size(), 11u);
   for (const auto& file : files) {
     SCOPED_TRACE(file.filename().string());
@@ -214,36 +130,22 @@ TEST_F(PrefStoreTest, BadValuesAreSkippedAndTheirSiblingsApply) {
   EXPECT_EQ(global_record(2)[1], 7) << "the valid level beside the bad one";
 }
 
-TEST_F(PrefStoreTest, SavingWhatIsSavedChangesNothingAndKeepsABackup) {
-  auto user = plist::make_dictionary();
-  put(user, kLevel, num(5));
-  put(user, "ApplicationSetData/com.apple.TextEdit/ApplicationName",
-      plist::make_string("TextEdit"));
-  put(user, "PrefVersion", plist::make_string("4.0.0"));
-  write_user(user);
+// Global and per-application sets, every response kind, records: what the
+// driver is given it gives back, and the saved dictionary is the one loaded.
+TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
+  const plist::ValueRef rich = plist::read_plist_file(data_path("rich_user.plist")).value;
+  write_user(rich);
+  ::testing::internal::CaptureStderr();
   load();
-  save();
+  EXPECT_EQ(save(), 1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(plist::equal(read_user(), rich));
+  // Saving what is saved changes nothing and keeps the file before as a backup.
   const auto first = user_file_bytes();
   load();
   save();
   EXPECT_EQ(user_file_bytes(), first);
-  const std::string backup =
-      (std::filesystem::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist").string();
-  EXPECT_EQ(read_file(backup), first) << "the backup is the file before the save";
-}
-
-// Global and per-application sets, every response kind, records: what the
-// driver is given it gives back, and the saved dictionary is the one loaded.
-TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
-  const plist::ValueRef rich = read_data_file("rich_user.plist");
-  write_user(rich);
-  ::testing::internal::CaptureStderr();
-  load();
-  const auto& sets = driver_.state().apps;
-  EXPECT_EQ(sets.listed_count(), 3u);
-  EXPECT_EQ(save(), 1);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  EXPECT_TRUE(plist::equal(read_user(), rich));
+  EXPECT_EQ(read_file(fs::path(user_file()).parent_path() / "~com.Velcorra.Corvex.plist"), first);
 
   // The control panel makes the global button 4 a plain click; its name stays.
   std::vector<uint8_t> click(2 * kActItemWireSize);
@@ -252,30 +154,27 @@ TEST_F(PrefStoreTest, RichFileRoundTripsThroughTheDriver) {
   auto& state = driver_.mutable_state();
   ASSERT_EQ(state.store_list(state.apps.global(), refdriver::response_key(0, 3, 0), click), 1);
   save();
-  EXPECT_TRUE(plist::equal(at(read_user(), std::string(kDefaultSet) + "ButtonData/B4Button"),
-                           parse("<array><dict><key>ButtonLabel</key><string>Sign</string>"
-                                 "<key>Response</key><dict><key>StandardResponse</key>"
-                                 "<string>Click</string></dict></dict></array>")));
+  EXPECT_EQ(user_file_bytes(), read_text("saved/rich_b4_click.plist"));
 }
 
-TEST_F(PrefStoreTest, RestoringButtonsSendsTheDefaultsOfTheEditedSet) {
-  const plist::ValueRef rich = read_data_file("rich_user.plist");
+// A restore sends one section's defaults, the buttons only of the edited set,
+// and leaves the file alone; the next save drops those values of the user's.
+TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
+  const plist::ValueRef rich = plist::read_plist_file(data_path("rich_user.plist")).value;
   write_user(rich);
   load();
+  ASSERT_EQ(global_record(2), (std::vector<uint8_t>{3, 6, 3, 4, 4}));
+  EXPECT_EQ(retore_default_prefs(&pref_data, 7), 0);
+  EXPECT_EQ(retore_default_prefs(&pref_data, 2), 1);
   EXPECT_EQ(retore_default_prefs(&pref_data, 1), 1);
+  EXPECT_EQ(global_record(2), (std::vector<uint8_t>{3, 3, 3, 4, 4}));
+  EXPECT_TRUE(plist::equal(read_user(), rich));
   save();
-  const auto saved = read_user();
-  EXPECT_FALSE(at(saved, std::string(kDefaultSet) + "ButtonData"));
-  EXPECT_TRUE(plist::equal(at(saved, "ApplicationSetData/com.apple.TextEdit"),
-                           at(rich, "ApplicationSetData/com.apple.TextEdit")))
-      << "only the edited set is restored";
+  EXPECT_EQ(user_file_bytes(), read_text("saved/restored.plist"));
 }
 
 TEST_F(PrefStoreTest, EveryActivationForgetsTheFrontApplication) {
-  active_app_sig = 0x74747874;
-  load();
-  EXPECT_EQ(active_app_sig, 0u);
-  std::filesystem::remove(dir_.file("bundle/Corvex_Default.plist"));
+  fs::remove(dir_.file("bundle/Corvex_Default.plist"));  // even one that finds no defaults
   active_app_sig = 0x74747874;
   load();
   EXPECT_EQ(active_app_sig, 0u);

