@@ -109,17 +109,5 @@ TEST(TransferBlock, OverflowedBlockStaysOverflowed) {
   EXPECT_EQ(CXTransferEnd(&ctx), 20u);
 }
 
-TEST(TransferBlock, NullContextDoesNothing) {
-  uint32_t avail = 99;
-  CXTransferStart(nullptr, nullptr, 0);
-  CXTransferStartWithRequest(nullptr, nullptr, 0, 1);
-  CXTransferStartWithResult(nullptr, nullptr, 0);
-  EXPECT_EQ(CXTransferAvailSpace(nullptr, &avail), nullptr);
-  EXPECT_EQ(avail, 0u);
-  EXPECT_TRUE(!CXTransferTakeSpace(nullptr, 4) && !CXTransferAdd(nullptr, "x", 1));
-  EXPECT_EQ(CXTransferEnd(nullptr) + CXTransferEndWithResult(nullptr, 3), 0u);
-  EXPECT_EQ(CXTransferBlockLength(nullptr), 0u);
-}
-
 }  // namespace
 }  // namespace cx

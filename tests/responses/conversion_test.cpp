@@ -188,14 +188,6 @@ TEST(ResponseConversion, KeysFallBackToTheDefaults) {
   EXPECT_EQ(build_run(1, nullptr, full.get()), build_run(1, full.get()));
 }
 
-TEST(ResponseConversion, TestBookmarksRoundTrip) {
-  ASSERT_EQ(test_url_names.size(), test_urls.size());
-  for (size_t i = 0; i < test_urls.size(); ++i) {
-    const auto in = response(test_url_names[i], "LaunchURL", test_urls[i]);
-    EXPECT_TRUE(plist::equal(read_back(build_run(1, in.get())).dict, in)) << test_urls[i];
-  }
-}
-
 // Every prefix of a menu and its entries.
 TEST(MalformedResponse, TruncatedRuns) {
   const Bytes run = test::read_hex("conversions/menu.hex");

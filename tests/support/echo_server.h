@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/user_client_fd.h"
+#include "platform/linux/user_client_io.h"
 #include "refdriver/transport_server.h"
 #include "tests/support/temp_dir.h"
 #include "util/byte_order.h"
@@ -106,7 +106,6 @@ class RunningServer {
     server_.reset();
   }
   const std::string& dir() const { return dir_.path(); }
-  refdriver::TransportServer& server() { return *server_; }
 
   EchoHandler handler;
 
@@ -119,12 +118,7 @@ class RunningServer {
 // A plain socket to a service, for speaking the wire form by hand; reads
 // give up after 5 s so that a fault fails the test instead of hanging it.
 inline UniqueFd raw_connect(const std::string& dir, const std::string& name) {
-  UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  const std::string path = dir + "/" + name;
-  std::memcpy(addr.sun_path, path.data(), path.size());
-  if (connect(fd.get(), reinterpret_cast<const sockaddr*>(&addr), sizeof addr) != 0) return {};
+  UniqueFd fd = uc::connect_socket(dir + "/" + name);
   timeval timeout{5, 0};
   setsockopt(fd.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   return fd;
@@ -137,20 +131,12 @@ inline bool write_bytes(int fd, const std::vector<uint8_t>& bytes) {
 // One whole frame; empty at end of stream (or after the 5 s limit).
 inline std::vector<uint8_t> read_frame(int fd) {
   std::vector<uint8_t> frame(8);
-  auto read_exactly = [&](uint8_t* at, std::size_t n) {
-    while (n > 0) {
-      const ssize_t got = recv(fd, at, n, 0);
-      if (got <= 0) return false;
-      at += got;
-      n -= static_cast<std::size_t>(got);
-    }
-    return true;
-  };
-  if (!read_exactly(frame.data(), 8)) return {};
+  if (recv(fd, frame.data(), 8, MSG_WAITALL) != 8) return {};
   const uint32_t length = load_be32(frame.data());
   if (length < 8 || length > 65536) return {};
   frame.resize(length);
-  if (!read_exactly(frame.data() + 8, length - 8)) return {};
+  const auto rest = static_cast<ssize_t>(length - 8);
+  if (rest > 0 && recv(fd, frame.data() + 8, rest, MSG_WAITALL) != rest) return {};
   return frame;
 }
 
@@ -167,11 +153,8 @@ inline bool closed_by_peer(int fd) {
 // HELLO with any fields, as bytes.
 inline std::vector<uint8_t> hello_bytes(uint32_t magic, uint32_t version, uint32_t kind) {
   std::vector<uint8_t> b(20);
-  store_be32(&b[0], 20);
-  store_be32(&b[4], 0x01);
-  store_be32(&b[8], magic);
-  store_be32(&b[12], version);
-  store_be32(&b[16], kind);
+  const uint32_t words[] = {20, 0x01, magic, version, kind};
+  for (std::size_t i = 0; i < std::size(words); ++i) store_be32(&b[4 * i], words[i]);
   return b;
 }
 

@@ -68,7 +68,7 @@ struct FakeUserClient final : platform::UserClientService {
 
   bool has_service = true, map_without_address = false, open_now = false;
   kern_return_t match_result = 0, open_result = 0, map_result = 0, unmap_result = 0,
-                release_result = 0, transfer_result = 0, flattened_result = 0;
+                release_result = 0, transfer_result = 0;
   uint64_t max_buffer_size = 16 << 20;  // larger buffers are refused
   int buffers_left = 1000, opens = 0;   // creations before kIOReturnNoMemory
   int64_t failed_transfer_output = 0;   // the output scalar of a failing transfer
@@ -76,7 +76,6 @@ struct FakeUserClient final : platform::UserClientService {
   std::vector<uint64_t> created_sizes;
   std::vector<uint32_t> unmapped_types, released_types;
   std::vector<Bytes> requests;  // each transfer's request block
-  Bytes flattened_request;      // the last flattened record sent
   std::map<uint32_t, Bytes> buffers;
   uint32_t next_type = 0x100;
 };
@@ -112,17 +111,9 @@ struct Connection final : platform::UserClientConnection {
       d.buffers.erase(static_cast<uint32_t>(in[0]));
       return d.release_result;
     }
-    if (selector != 2 && selector != 4) return platform::kIOReturnUnsupported;
+    if (selector != 4) return platform::kIOReturnUnsupported;
     std::span<uint8_t> request = d.buffer(in[0]), reply = d.buffer(in[1]);
     const auto size = std::min<size_t>(load_be32(request.data()), request.size());
-    if (selector == 2) {
-      if (d.flattened_result) return d.flattened_result;
-      d.flattened_request.assign(request.begin(), request.begin() + size);
-      store_be32(reply.data(), static_cast<uint32_t>(size));  // answers the payload reversed
-      std::reverse_copy(request.begin() + 4, request.begin() + size, reply.begin() + 4);
-      out[0] = 0;
-      return 0;
-    }
     d.requests.emplace_back(request.begin(), request.begin() + size);
     out[0] = d.transfer_result ? d.failed_transfer_output : d.on_transfer(reply);
     return d.transfer_result;

@@ -15,27 +15,19 @@
 
 namespace cx::test {
 
-// Installs itself as the user-client service.
+// Installs itself as the user-client service; reset() before first use.
 struct InProcessDriver {
-  static constexpr int kBuffersPerRun = 1000;
-
-  InProcessDriver() {
+  InProcessDriver() { platform::set_user_client_service(&link); }
+  // Disconnects the agent and starts a fresh driver with empty settings.
+  void reset() {
+    DisconnectFromDriver();
+    // A long run opens the link again and again: a fresh link, so that no
+    // budget or record of earlier runs runs out or piles up.
+    link = FakeUserClient();
     link.on_transfer = [this](std::span<uint8_t> reply) {
       constexpr refdriver::ClientPeer kPeer{1, 0, 1};
       return handler->transfer(kPeer, link.requests.back(), reply);
     };
-    platform::set_user_client_service(&link);
-  }
-  // Disconnects the agent and starts a fresh driver with empty settings.
-  void reset() {
-    DisconnectFromDriver();
-    // A long run opens the link again and again: no budget or record of
-    // earlier runs may run out or pile up.
-    link.buffers_left = kBuffersPerRun;
-    link.requests.clear();
-    link.created_sizes.clear();
-    link.unmapped_types.clear();
-    link.released_types.clear();
     handler.reset();
     state = std::make_unique<refdriver::DriverState>([] { return 0u; });
     handler = std::make_unique<refdriver::RequestHandler>(*state, sink);

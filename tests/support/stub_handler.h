@@ -6,11 +6,8 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/scoped_env.h"
@@ -37,11 +34,10 @@ class StubHandler {
   // Every line written so far, once there are `count` (or after 5 s).
   std::string wait_for(std::size_t count) const {
     std::string text;
-    for (int i = 0; i < 500 && std::count(text.begin(), text.end(), '\n') < std::ptrdiff_t(count);
-         ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      if (std::filesystem::exists(log_)) text = read_file(log_);
-    }
+    eventually([&] {
+      text = read_file(log_);
+      return count_of(text, "\n") >= static_cast<int>(count);
+    });
     return text;
   }
 
