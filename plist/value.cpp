@@ -5,11 +5,6 @@
 
 namespace cx::plist {
 
-void Array::insert(size_t i, ValueRef v) {
-  items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(std::min(i, items_.size())),
-                std::move(v));
-}
-
 void Array::remove(size_t i) {
   if (i < items_.size()) items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(i));
 }

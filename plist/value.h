@@ -131,7 +131,6 @@ class Array final : public Value {
   bool empty() const { return items_.empty(); }
   const ValueRef& at(size_t i) const { return items_.at(i); }
   void append(ValueRef v) { items_.push_back(std::move(v)); }
-  void insert(size_t i, ValueRef v);
   void set(size_t i, ValueRef v) { items_.at(i) = std::move(v); }
   void remove(size_t i);
   void clear() { items_.clear(); }

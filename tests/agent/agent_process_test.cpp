@@ -88,39 +88,6 @@ TEST_F(AgentProcessTest, ServesTheDriverAndTheControlPanelUntilQuit) {
   EXPECT_EQ(count_of(errors, "systemd-logind cannot be reached"), 1) << errors;
 }
 
-TEST_F(AgentProcessTest, FollowsItsLogindSessionOnAndOffTheConsole) {
-  start_driver();  // before logind: the driver keeps to the uid rule
-  FakeLogind logind;
-  ASSERT_TRUE(logind.ok()) << logind.error();
-  // The agent's process is in no session, as a user service: XDG_SESSION_ID names it.
-  logind.add_session("c7", getuid(), {}, true);
-  const ScopedEnv session_id("XDG_SESSION_ID", "c7");
-  BackgroundProcess monitor({Programs::corvexctl, "monitor", "--save"});
-  ASSERT_TRUE(monitor.wait_for_output("monitoring as VCXT"));
-  session_.start_agent();
-  ASSERT_TRUE(session_.agent_active()) << session_.agent->errors();
-  const std::string uid = std::to_string(getuid());
-  EXPECT_TRUE(driver_serves("active"));
-
-  logind.set_active("c7", false);
-  EXPECT_TRUE(monitor.wait_for_output("bdac"));
-  EXPECT_TRUE(logged("User Session & Background App Dectivated"));
-  EXPECT_TRUE(logged("(writing prefs)"));
-  EXPECT_TRUE(eventually([&] { return session_.corvexctl({"status"}).out == "inactive\n"; }));
-  EXPECT_TRUE(driver_serves("cleared"));
-
-  logind.set_active("c7", true);
-  ASSERT_TRUE(session_.agent_active());
-  EXPECT_TRUE(logged("User Session Activated"));
-  // The driver asks the console session's agent to announce itself.
-  EXPECT_EQ(session_.driverctl({"console-switch", uid}).exit_status, 0);
-  EXPECT_TRUE(logged("UID Event with uid=" + uid + ", action=15"));
-  EXPECT_TRUE(session_.agent_active());
-  EXPECT_EQ(session_.agent->terminate(), 0);
-  EXPECT_EQ(session_.agent->errors().find("cannot be reached"), std::string::npos);
-  EXPECT_EQ(count_of(session_.log(), "Setting Device Descriptors"), 1);  // not sent again
-}
-
 TEST_F(AgentProcessTest, AsAUserServiceFollowsItsUsersGraphicalSession) {
   FakeLogind logind;
   ASSERT_TRUE(logind.ok()) << logind.error();

@@ -7,7 +7,6 @@
 
 #include "cpanel/ae_codes.h"
 #include "cpanel/cp_notifications.h"
-#include "cpanel/cx_ae_mgr.h"
 #include "tests/support/fake_apple_events.h"
 #include "tests/support/fake_processes.h"
 
@@ -101,20 +100,6 @@ TEST(ControlPanelLink, EventsGoToSettingsHostFirstAndNowhereWithoutPanel) {
       EXPECT_TRUE(sent.event.parameters().empty());
       EXPECT_EQ(target_of(sent.event), (ProcessSerialNumber{0, c.expected_pid}));
     }
-
-    // CXAEMgr's own addressing makes an event even with no panel: to process {0, 0}.
-    AppleEvent event;
-    EXPECT_EQ(CXAEMgr::MakeAppleEventToControlPanel(ae_code::kSuite, ae_code::kChord, event),
-              platform::noErr);
-    EXPECT_EQ(target_of(event), (ProcessSerialNumber{0, c.expected_pid}));
-    EXPECT_EQ(event.event_id(), ae_code::kChord);
-    EXPECT_EQ(CXAEMgr::MakeAppleEventToBackGroundApp(ae_code::kSuite, ae_code::kChord, event),
-              platform::noErr);
-    EXPECT_EQ(target_of(event), (ProcessSerialNumber{0, kAgentPid}));
-    ProcessSerialNumber psn{7, 7};
-    EXPECT_EQ(find_running_app_by_signature(ae_code::kSystemPreferences, &psn, nullptr),
-              c.expected_pid == kSettingsPid ? platform::noErr : platform::procNotFound);
-    EXPECT_EQ(psn, (ProcessSerialNumber{0, c.expected_pid == kSettingsPid ? kSettingsPid : 0u}));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "plist/limits.h"
@@ -15,8 +16,7 @@ using Bytes = std::vector<uint8_t>;
 
 // Assembles a binary property list from raw objects, one-byte references.
 struct Bplist {
-  std::vector<Bytes> objects;
-  uint64_t root = 0;
+  std::vector<Bytes> objects;  // the first is the root
   uint8_t offset_size = 1;
   uint8_t ref_size = 1;
 
@@ -36,7 +36,6 @@ struct Bplist {
     trailer[6] = offset_size;
     trailer[7] = ref_size;
     store_be64(trailer + 8, objects.size());
-    store_be64(trailer + 16, root);
     store_be64(trailer + 24, table_at);
     out.insert(out.end(), trailer, trailer + 32);
     return out;
@@ -58,15 +57,20 @@ ValueRef accepted(const Bytes& data) {
 
 // `levels` arrays, each holding the next; two-byte offsets and references.
 Bytes chain_of_arrays(int levels) {
-  Bplist b{{}, 0, 2, 2};
+  Bplist b{{}, 2, 2};
   for (int i = 1; i < levels; ++i)
     b.objects.push_back({0xA1, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i)});
   b.objects.push_back({0xA0});
   return b.bytes();
 }
 
-TEST(BinaryReadTest, MalformedStructureIsRefusedAndNestingIsBounded) {
-  const Bytes one = Bplist{{{0x09}}}.bytes();  // a lone true; its trailer starts at 10
+// One object (at byte offset 8) in an otherwise sound file.
+Bytes alone(Bytes object) {
+  return Bplist{{std::move(object)}}.bytes();
+}
+
+TEST(BinaryReadTest, MalformedFilesAreRefusedAndNestingIsBounded) {
+  const Bytes one = alone({0x09});  // a lone true; its trailer starts at 10
   const auto patched = [&](size_t at, std::initializer_list<uint8_t> bytes) {
     Bytes b = one;
     for (uint8_t v : bytes) b.at(at++) = v;
@@ -93,53 +97,34 @@ TEST(BinaryReadTest, MalformedStructureIsRefusedAndNestingIsBounded) {
       {Bplist{{{0xA1, 7}, {0x09}}}.bytes(), "byte offset 9: object reference 7 out of range"},
       {Bplist{{{0xA1, 1}, {0xA1, 0}}}.bytes(), "byte offset 11: reference cycle through object 0"},
       {Bplist{{{0xA1, 0}}}.bytes(), "reference cycle"},
+      {Bplist{{{0xD1, 1, 1}, {0x10, 0x05}}}.bytes(),
+       "byte offset 9: dictionary key is not a string"},
+      // A string claiming 0xFFFF bytes through an extended count.
+      {alone({0x5F, 0x11, 0xFF, 0xFF, 'a'}), "byte offset 8: object runs past the object area"},
+      {alone({0xAF, 0x13, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}),
+       "byte offset 8: object runs past the object area"},
+      {alone({0x13, 0x00}), "byte offset 8: object runs past the object area"},
+      {alone({0x14, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1}),
+       "byte offset 8: integer out of range"},
+      {alone({0x00}), "byte offset 8: unsupported object type 0x00"},
+      {alone({0x80, 0x01}),
+       "byte offset 8: UID object (a keyed archive), not a property list value"},
+      {alone({0xC0}), "byte offset 8: unsupported object type 0xc0"},
+      {alone({0x15}), "byte offset 8: unsupported object type 0x15"},
+      {alone({0x52, 'a', 0x80}), "byte offset 10: non-ASCII byte in an ASCII string"},
+      {alone({0x52, 'a', 0x00}), "byte offset 10: NUL in a string"},
+      {alone({0x61, 0xD8, 0x00}), "byte offset 9: unpaired UTF-16 surrogate"},
+      {alone({0x61, 0xDC, 0x00}), "byte offset 9: unpaired UTF-16 surrogate"},
+      {alone({0x33, 0x7F, 0xF8, 0, 0, 0, 0, 0, 0}),
+       "byte offset 8: date is not a finite time"},  // NaN
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.error);
     EXPECT_NE(refusal(c.data).find(c.error), std::string::npos);
   }
   EXPECT_NE(accepted(chain_of_arrays(kMaxDepth)), nullptr);
-}
-
-TEST(BinaryReadTest, MalformedObjectsAreRefused) {
-  const struct {
-    Bytes object;
-    const char* error;  // the whole message
-  } cases[] = {
-      // A string claiming 0xFFFF bytes through an extended count.
-      {{0x5F, 0x11, 0xFF, 0xFF, 'a'}, "byte offset 8: object runs past the object area"},
-      {{0xAF, 0x13, 0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-       "byte offset 8: object runs past the object area"},
-      {{0x13, 0x00}, "byte offset 8: object runs past the object area"},
-      {{0x00}, "byte offset 8: unsupported object type 0x00"},
-      {{0x80, 0x01}, "byte offset 8: UID object (a keyed archive), not a property list value"},
-      {{0xC0}, "byte offset 8: unsupported object type 0xc0"},
-      {{0x15}, "byte offset 8: unsupported object type 0x15"},
-      {{0x52, 'a', 0x80}, "byte offset 10: non-ASCII byte in an ASCII string"},
-      {{0x52, 'a', 0x00}, "byte offset 10: NUL in a string"},
-      {{0x61, 0xD8, 0x00}, "byte offset 9: unpaired UTF-16 surrogate"},
-      {{0x61, 0xDC, 0x00}, "byte offset 9: unpaired UTF-16 surrogate"},
-      {{0x33, 0x7F, 0xF8, 0, 0, 0, 0, 0, 0}, "byte offset 8: date is not a finite time"},  // NaN
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.error);
-    EXPECT_EQ(refusal(Bplist{{c.object}}.bytes()), c.error);
-  }
-  EXPECT_EQ(refusal(Bplist{{{0xD1, 1, 1}, {0x10, 0x05}}}.bytes()),
-            "byte offset 9: dictionary key is not a string");
-  const ValueRef pair = accepted(Bplist{{{0x62, 0xD8, 0x3D, 0xDE, 0x00}}}.bytes());
+  const ValueRef pair = accepted(alone({0x62, 0xD8, 0x3D, 0xDE, 0x00}));
   EXPECT_EQ(as<String>(pair)->text(), "\xF0\x9F\x98\x80");
-}
-
-TEST(BinaryReadTest, IntegersByWidth) {
-  // One, two and four bytes are unsigned, eight signed, sixteen unsigned;
-  // the foreign fixture holds the eight- and sixteen-byte forms.
-  EXPECT_EQ(as<Number>(accepted(Bplist{{{0x10, 0xFF}}}.bytes()))->int_value(), 255);
-  EXPECT_EQ(as<Number>(accepted(Bplist{{{0x11, 0xFF, 0xFE}}}.bytes()))->int_value(), 65534);
-  EXPECT_EQ(as<Number>(accepted(Bplist{{{0x12, 0xFF, 0xFF, 0xFF, 0xFF}}}.bytes()))->int_value(),
-            4294967295);
-  const Bytes beyond_64_bits{0x14, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
-  EXPECT_EQ(refusal(Bplist{{beyond_64_bits}}.bytes()), "byte offset 8: integer out of range");
 }
 
 }  // namespace

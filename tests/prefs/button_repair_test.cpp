@@ -92,8 +92,7 @@ TEST_F(ButtonRepairTest, PresetMenus) {
        line + "empty or missing global dataspace - correcting"},
       {{{act_code::launch_url, 301}, {act_code::launch_url, 301}},
        {text("http://a/")},
-       line + "Launch action using the same dataspace\r\n    as a previous launch action.  "
-              "Dataspace ID 0x12D has been used more than once.  Correcting."},
+       line + "Launch action using the same dataspace"},
       {{{act_code::paste_text, 5}, {act_code::launch_file, 6}}, {text("hello"), "alias"}, ""},
   };
   for (const auto& s : scenarios) {

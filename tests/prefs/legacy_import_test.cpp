@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <string>
 
-#include "driver/driver_connection.h"
 #include "prefs/legacy_import.h"
 #include "tests/prefs/pref_fixture.h"
 #include "tests/support/golden.h"

@@ -173,12 +173,5 @@ TEST_F(PrefStoreTest, RestoreSendsDefaultsAndTheNextSaveDropsTheUsersValues) {
   EXPECT_EQ(user_file_bytes(), read_text("saved/restored.plist"));
 }
 
-TEST_F(PrefStoreTest, EveryActivationForgetsTheFrontApplication) {
-  fs::remove(dir_.file("bundle/Corvex_Default.plist"));  // even one that finds no defaults
-  active_app_sig = 0x74747874;
-  load();
-  EXPECT_EQ(active_app_sig, 0u);
-}
-
 }  // namespace
 }  // namespace cx::test

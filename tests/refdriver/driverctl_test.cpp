@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "driver/actlist_requests.h"
-#include "driver/device_requests.h"
 #include "model/builtin_actlists.h"
 #include "platform/linux/user_client_socket.h"
 #include "refdriver/control_socket.h"
@@ -54,18 +53,6 @@ TEST(DriverDaemon, ServesAgentsAndTakesCommandsFromTheControlTool) {
   const auto pressed = messages(*notifier);
   ASSERT_EQ(pressed.size(), 1u);
   EXPECT_EQ(pressed[0].type, 0xF9488FFFu);
-  uint32_t length = 0;
-  int16_t status = 0;
-  EXPECT_NE(GetNextBackgroundEvent(&length, &status), nullptr);
-  EXPECT_EQ(status, 6);
-  EXPECT_NE(GetNextBackgroundEvent(&length, &status), nullptr);
-  EXPECT_EQ(status, 0);
-
-  EXPECT_EQ(daemon.driverctl({"notify", "7", "9"}).exit_status, 0);
-  const auto chord = messages(*notifier);
-  ASSERT_EQ(chord.size(), 1u);
-  EXPECT_EQ(chord[0].type, 0xF9488007u);
-  EXPECT_EQ(chord[0].argument, 9u);
 
   // ADBID32Mouse instance 1 takes its structure method.
   std::unique_ptr<platform::UserClientConnection> adb;

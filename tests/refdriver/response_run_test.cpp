@@ -24,6 +24,7 @@ TEST(ResponseRuns, ClicksAndUrlsComeBackByteForByte) {
   EXPECT_EQ(h.data(rq::GetResponses, buttons(0, 25, 0)), cat({left, web}));
   h.steps({{rq::GetResponses, buttons(0, 25, 0), 2},
            {rq::GetResponses, buttons(1, 2, 0), 0},
+           {rq::GetResponses, buttons(0, 25, 2), 0},  // other modifiers
            {rq::GetSingleResponse, button(5, 0, 0), kNotFound},
            {rq::GetDataSize, Wire().u16(1).u16(0).u32(0), 20}});
   // In the driver the URL lives in a local dataspace that the item names.
@@ -58,22 +59,6 @@ TEST(ResponseRuns, PresetMenusUseGlobalDataspacesAndComeBackWhole) {
   const Answer sparse = h.call(rq::GetFullResponse, {button(19, 0)});
   EXPECT_EQ(sparse.status, 3);
   EXPECT_EQ(sparse.data.size(), menu_block(19, 2).size() + 2 * (6 + 44));
-}
-
-TEST(ResponseRuns, ApplicationSetsAndModifiersAreSeparate) {
-  Harness h;
-  h.steps({{rq::CurrentEditApp, Wire().str("safari").str("Safari"), kDone},
-           {rq::SetResponseData,
-            Wire().raw(cat({click_block(1, 2), url_block(3, 0, "file:///tmp/x")})), 2}});
-  EXPECT_EQ(h.data(rq::GetResponses, buttons(0, 25, 2)), click_block(1, 2));
-  h.steps({{rq::CurrentEditApp, Wire().str("").str(""), kDone},
-           {rq::GetResponses, buttons(0, 25, 2), 0},
-           {rq::GetFullResponse, button(3, 0), kNotFound}});
-  // Deleting the set frees its dataspaces with it.
-  EXPECT_EQ(h.state.budget.dataspace_bytes, 14u);
-  EXPECT_EQ(h.call(rq::DeleteAppName, {Wire().str("safari")}).status, kDone);
-  EXPECT_EQ(h.state.budget.dataspace_bytes, 0u);
-  EXPECT_EQ(h.state.budget.responses, 0u);
 }
 
 Bytes frame(const Bytes& payload) {

@@ -1,10 +1,9 @@
 // The reference driver's transport spoken to by hand: greetings, malformed
-// frames, notification back-pressure, limits and the extra line sockets.
+// frames, notification back-pressure, limits and buffers. The line sockets are
+// spoken to by corvex-driverctl in the daemon's test.
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cctype>
 
 #include "platform/linux/uc_frame.h"
 #include "platform/linux/user_client_socket.h"
@@ -82,12 +81,9 @@ TEST(TransportFrames, RefusedGreetingsAndMalformedInputCloseOnlyThatConnection) 
       {"another magic", false, hello_bytes(0x43585544, 1, 1), kIOReturnBadArgument},
       {"version 2", false, hello_bytes(uc::kMagic, 2, 1), kIOReturnUnsupported},
       {"kind 0", false, hello_bytes(uc::kMagic, 1, 0), kIOReturnBadArgument},
-      {"kind 3", false, hello_bytes(uc::kMagic, 1, 3), kIOReturnBadArgument},
       {"notifications from an ADB mouse", false, hello_bytes(uc::kMagic, 1, 2),
        kIOReturnUnsupported, test::kAdb + ".1"},
       {"length below the header", true, {0, 0, 0, 4, 0, 0, 0, 2}},
-      {"length zero", true, {0, 0, 0, 0, 0, 0, 0, 0}},
-      {"length over 65536, refused before its body", true, {0, 1, 0, 1, 0, 0, 0, 2}},
       {"unknown opcode", true, {0, 0, 0, 8, 0, 0, 0, 7}},
       {"a reply opcode", true, {0, 0, 0, 12, 0, 0, 0, 0x84, 0, 0, 0, 1}},
       {"map with a long body", true, {0, 0, 0, 16, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0}},
@@ -124,22 +120,6 @@ TEST(TransportFrames, RefusedGreetingsAndMalformedInputCloseOnlyThatConnection) 
   EXPECT_TRUE(answers(bystander.get()));
   std::vector<platform::InterestMessage> none;
   EXPECT_TRUE(listening->read_pending(none));
-}
-
-TEST(TransportFrames, JoinedFramesAreAnsweredInOrder) {
-  RunningServer driver;
-  UniqueFd joined = raw_connect(driver.dir(), kMouse);
-  std::vector<uint8_t> both = hello_bytes(uc::kMagic, 1, 1);
-  const std::vector<uint8_t> call = create_call(0x10000);
-  both.insert(both.end(), call.begin(), call.end());
-  both.insert(both.end(), call.begin(), call.end());
-  ASSERT_TRUE(write_bytes(joined.get(), both));
-  EXPECT_EQ(status_of(read_frame(joined.get())), 0);
-  const std::vector<uint8_t> first = read_frame(joined.get());
-  const std::vector<uint8_t> second = read_frame(joined.get());
-  ASSERT_EQ(first.size(), 24u);
-  ASSERT_EQ(second.size(), 24u);
-  EXPECT_NE(load_be64(&first[16]), load_be64(&second[16]));  // two buffers
 }
 
 std::vector<uint8_t> adb_call(uint32_t value) {
@@ -317,44 +297,6 @@ TEST(TransportBuffers, AClosedConnectionsBuffersAreFreed) {
   fd.reset();
   EXPECT_EQ(driver.handler.wait_closed(1), 1u);
   EXPECT_EQ(shared_buffers_open(), before);
-}
-
-class UpperCase final : public LineHandler {
- public:
-  std::string line(const ClientPeer& peer, std::string_view text) override {
-    std::string answer(text);
-    for (char& ch : answer) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-    return answer + " " + std::to_string(peer.uid) + "\n";
-  }
-};
-
-std::string read_all(int fd) {
-  std::string text;
-  char buffer[512];
-  ssize_t n;
-  while ((n = recv(fd, buffer, sizeof buffer, 0)) > 0)
-    text.append(buffer, static_cast<std::size_t>(n));
-  return text;
-}
-
-TEST(TransportLines, AnExtraSocketAnswersLineByLine) {
-  UpperCase upper;
-  RunningServer driver({}, 0, [&](TransportServer& server) {
-    std::string error;
-    EXPECT_TRUE(server.add_line_socket("control", 0600, upper, error)) << error;
-  });
-  const std::string uid = std::to_string(getuid());
-  UniqueFd fd = raw_connect(driver.dir(), "control");
-  ASSERT_TRUE(fd);
-  const std::string request = "press 3\nstate\nunfinished";
-  ASSERT_EQ(send(fd.get(), request.data(), request.size(), MSG_NOSIGNAL),
-            static_cast<ssize_t>(request.size()));
-  shutdown(fd.get(), SHUT_WR);
-  EXPECT_EQ(read_all(fd.get()), "PRESS 3 " + uid + "\nSTATE " + uid + "\n");
-
-  UniqueFd rambling = raw_connect(driver.dir(), "control");
-  ASSERT_TRUE(write_bytes(rambling.get(), std::vector<uint8_t>(5000, 'x')));
-  EXPECT_TRUE(closed_by_peer(rambling.get()));
 }
 
 }  // namespace

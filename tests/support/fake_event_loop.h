@@ -19,7 +19,6 @@ class FakeEventLoop final : public platform::EventLoop {
  public:
   using Duration = std::chrono::milliseconds;
 
-  Duration now() const { return state_->now; }
   std::size_t timer_count() const { return state_->timers.size(); }
   std::size_t watch_count() const { return state_->watches.size(); }
   bool quit_requested() const { return state_->quit; }

@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -32,6 +30,12 @@ constexpr const char* kUser = "org.freedesktop.login1.User";
 
 std::string user_path(uint32_t uid) {
   return std::string(kUsersPath) + "/_" + std::to_string(uid);
+}
+
+// Tests name their sessions with a letter and then letters and digits, which
+// logind's escaping of a path label leaves as they are.
+std::string session_path(const std::string& id) {
+  return std::string(kSessionsPath) + "/" + id;
 }
 
 constexpr const char* kInterfaces = R"xml(<node>
@@ -275,11 +279,6 @@ void FakeLogind::add_session(const std::string& id, uint32_t uid, const std::vec
   for (const pid_t pid : pids) impl_->processes[pid] = session_path(id);
 }
 
-void FakeLogind::add_process(const std::string& id, pid_t pid) {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->processes[pid] = session_path(id);
-}
-
 void FakeLogind::set_active(const std::string& id, bool active) {
   {
     const std::lock_guard lock(impl_->mutex);
@@ -294,23 +293,6 @@ void FakeLogind::set_active(const std::string& id, bool active) {
       connection, nullptr, session_path(id).c_str(), "org.freedesktop.DBus.Properties",
       "PropertiesChanged",
       g_variant_new("(sa{sv}@as)", kSession, &changed, g_variant_new_strv(nullptr, 0)), nullptr);
-}
-
-std::string FakeLogind::session_path(const std::string& id) {
-  // logind's escaping of a path label: anything but a letter or a digit, and
-  // a leading digit, as _ and two hex digits.
-  std::string path = std::string(kSessionsPath) + "/";
-  for (std::size_t i = 0; i < id.size(); ++i) {
-    const auto ch = static_cast<unsigned char>(id[i]);
-    if (std::isalpha(ch) || (std::isdigit(ch) && i > 0)) {
-      path += static_cast<char>(ch);
-    } else {
-      char escaped[4];
-      std::snprintf(escaped, sizeof escaped, "_%02x", ch);
-      path += escaped;
-    }
-  }
-  return path;
 }
 
 void FakeLogind::stop() {

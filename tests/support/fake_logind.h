@@ -35,14 +35,11 @@ class FakeLogind {
   // The bus address, for DBUS_SYSTEM_BUS_ADDRESS.
   const std::string& address() const;
 
-  // Session `id` of user `uid` on `seat` (empty: none, as a remote login),
-  // holding the processes `pids`.
+  // Session `id` (a letter, then letters and digits) of user `uid` on `seat`
+  // (empty: none, as a remote login), holding the processes `pids`.
   void add_session(const std::string& id, uint32_t uid, const std::vector<pid_t>& pids, bool active,
                    const std::string& seat = "seat0");
-  void add_process(const std::string& id, pid_t pid);
   void set_active(const std::string& id, bool active);
-  // The object path logind gives session `id`.
-  static std::string session_path(const std::string& id);
 
   // Stops the bus: logind can no longer be reached.
   void stop();

@@ -2,8 +2,6 @@
 
 #include <gio/gio.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <mutex>
 
 #include "platform/linux/apple_events_glib.h"
@@ -43,7 +41,6 @@ struct FakeNotifications::Impl {
   std::function<void()> on_notify;
   NodeInfoPtr info{g_dbus_node_info_new_for_xml(kInterface, nullptr), g_dbus_node_info_unref};
   mutable std::mutex mutex;
-  mutable std::condition_variable arrived;
   std::vector<Notification> received;
   std::string error;
   std::unique_ptr<DbusService> service;
@@ -63,7 +60,6 @@ bool FakeNotifications::Impl::serve(GDBusConnection* connection) {
           d.received.push_back(decode(parameters));
           id = static_cast<guint32>(d.received.size());
         }
-        d.arrived.notify_all();
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(u)", id));
       },
       nullptr,
@@ -100,12 +96,6 @@ const std::string& FakeNotifications::error() const {
 std::vector<Notification> FakeNotifications::received() const {
   const std::lock_guard lock(impl_->mutex);
   return impl_->received;
-}
-
-bool FakeNotifications::wait_for(size_t count) const {
-  std::unique_lock lock(impl_->mutex);
-  return impl_->arrived.wait_for(lock, std::chrono::seconds(5),
-                                 [&] { return impl_->received.size() >= count; });
 }
 
 }  // namespace cx::test

@@ -30,8 +30,6 @@ class FakeNotifications {
   bool ok() const;
   const std::string& error() const;
   std::vector<Notification> received() const;
-  // Waits up to five seconds until `count` notifications came.
-  bool wait_for(size_t count) const;
 
  private:
   struct Impl;

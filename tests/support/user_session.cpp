@@ -11,7 +11,6 @@ const std::string Programs::bundle = CX_AGENT_BUNDLE;
 const std::string Programs::driverd = CX_DRIVERD;
 const std::string Programs::driverctl = CX_DRIVERCTL;
 const std::string Programs::corvexctl = CX_CORVEXCTL;
-const std::string Programs::desktopctl = CX_DESKTOPCTL;
 
 namespace {
 

@@ -15,7 +15,7 @@ namespace cx::test {
 
 // The programs under test, as the build placed them.
 struct Programs {
-  static const std::string agent, bundle, driverd, driverctl, corvexctl, desktopctl;
+  static const std::string agent, bundle, driverd, driverctl, corvexctl;
 };
 
 class UserSession {

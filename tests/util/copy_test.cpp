@@ -35,7 +35,6 @@ TEST_F(Copy, CopiesFromThePositionInChunksAndClosesBothEvenOnFailure) {
   EXPECT_FALSE(copy_and_close(in, out));
   EXPECT_FALSE(close_file(in)) << "closed although it failed";
   EXPECT_FALSE(close_file(out));
-  EXPECT_FALSE(copy_and_close(-1, -1));
 }
 
 TEST_F(Copy, CopyCarriesInfoForkAndLock) {

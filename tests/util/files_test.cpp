@@ -105,7 +105,6 @@ TEST_F(Files, StringResourceForkBytes) {
   const std::vector<uint8_t> golden = test::read_hex("str_fork.hex");
   EXPECT_EQ(test::read_file(in_work("._r.rsrc")), std::string(golden.begin(), golden.end()));
   EXPECT_FALSE(add_rsrc_string_to_new_file("r", &work_, 1, "again")) << "fork not empty";
-  EXPECT_FALSE(add_rsrc_string_to_new_file("none", &work_, 1, "x"));
   const int16_t ref = open_rsrc_fork("r", &work_, 1);
   ASSERT_GT(ref, 0);
   EXPECT_TRUE(close_rsrc_fork(ref));

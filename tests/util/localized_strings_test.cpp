@@ -28,7 +28,6 @@ TEST(LocalizedStrings, MissingStringsAreNullAndListsEndAtTheFirstGap) {
   EXPECT_EQ(loadStringResource(3), std::nullopt);  // equal to its key
   EXPECT_EQ(loadString("keyWide", "Strings"), "Bewegung “links”");
   EXPECT_EQ(loadString("keyStringID_1", "Other"), std::nullopt);
-  EXPECT_EQ(loadString("", "Strings"), std::nullopt);
   EXPECT_EQ(string_list(5), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(loadStrListResource(5, 4), "d");
 }

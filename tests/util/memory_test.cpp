@@ -44,17 +44,5 @@ TEST(Memory, LockedGlobalStaysPutAndCannotBeResized) {
   free_global(g);
 }
 
-TEST(Memory, CopyFillCompare) {
-  uint8_t b[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  far_copy_buffer(b + 2, b, 5);  // overlapping, as memmove
-  far_fill(b + 6, 0xEE, 1);
-  const uint8_t expected[8] = {1, 2, 1, 2, 3, 4, 0xEE, 8};
-  EXPECT_EQ(far_compare_buffers(b, expected, 8), 0);
-  const uint8_t low[2] = {1, 0x7F};
-  const uint8_t high[2] = {1, 0x80};
-  EXPECT_LT(far_compare_buffers(low, high, 2), 0) << "bytes compare unsigned";
-  EXPECT_EQ(far_compare_buffers(low, high, 1), 0);
-}
-
 }  // namespace
 }  // namespace cx
