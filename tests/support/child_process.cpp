@@ -110,7 +110,7 @@ std::string BackgroundProcess::errors() const {
 }
 
 bool BackgroundProcess::wait_for_output(const std::string& text) const {
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < 1000; ++i) {
     if (output().find(text) != std::string::npos) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }

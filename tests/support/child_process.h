@@ -41,7 +41,8 @@ class BackgroundProcess {
   pid_t pid() const { return pid_; }
   std::string output() const;
   std::string errors() const;
-  // Waits until its stdout contains `text`; false after five seconds.
+  // Waits until its stdout contains `text`; false after ten seconds, room
+  // for a loaded machine.
   bool wait_for_output(const std::string& text) const;
   // Sends SIGTERM and returns the exit status (-1 if killed by a signal).
   int terminate();
