@@ -11,6 +11,8 @@
 #include <cstring>
 #include <optional>
 
+#include "platform/linux/uc_poll.h"
+
 namespace cx::refdriver {
 namespace {
 
@@ -187,7 +189,10 @@ void TransportServer::poll_once(int timeout_ms) {
     return c->may_have_frame && !c->pending() && !c->closed;
   });
   timeout_ms = turn_waits ? 0 : until_stall(timeout_ms);
-  const int ready = poll(poll_fds_.data(), poll_fds_.size(), timeout_ms);
+  const int ready = answered_last_turn_
+                        ? uc::poll_spinning_first(poll_fds_.data(), poll_fds_.size(), timeout_ms)
+                        : poll(poll_fds_.data(), poll_fds_.size(), timeout_ms);
+  answered_last_turn_ = false;
   if (ready < 0) return;
 
   if (poll_fds_[0].revents) {
@@ -349,6 +354,7 @@ void TransportServer::serve_one(Client& client) {
     return;
   }
   if (reply.length > 0) send(client, reply.bytes.data(), reply.length, reply.fd);
+  answered_last_turn_ = true;
   note_waiting(client, true);
   if (verdict == UcSession::Verdict::CloseAfterReply) {
     client.close_after_flush = true;

@@ -110,6 +110,9 @@ class TransportServer {
   // removed after the turn.
   std::deque<Watch> watches_;
   std::vector<pollfd> poll_fds_;  // rebuilt each turn, kept to spare allocations
+  // A request was answered last turn: its client is likely to send the next
+  // one at once, so the next wait spins before it sleeps.
+  bool answered_last_turn_ = false;
 };
 
 }  // namespace cx::refdriver

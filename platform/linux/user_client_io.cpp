@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/linux/uc_frame.h"
+#include "platform/linux/uc_poll.h"
 
 namespace cx::uc {
 namespace {
@@ -101,6 +102,8 @@ ReplyStatus receive_reply(int fd, std::span<uint8_t> buffer, uint32_t opcode,
     // Until the length is known, take what the largest reply could hold; the
     // peer answers one request at a time, so more than one frame is a fault.
     const std::size_t want = (length != 0 ? length : buffer.size()) - have;
+    pollfd readable{fd, POLLIN, 0};
+    poll_spinning_first(&readable, 1, -1);
     const ssize_t n = receive_some(fd, buffer.data() + have, want, passed, extra_fd);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return ReplyStatus::PeerGone;
